@@ -1,0 +1,121 @@
+#include "console/main_menu.h"
+
+#include "console/globals.h"
+#include "console/input.h"
+#include "runs/result_check.h"
+#include "runs/three_phase.h"
+
+#include <algorithm>
+#include <ctime>
+#include <iostream>
+#include <iterator>
+
+namespace {
+
+const char* ModelName(std::int32_t model_type) {
+    switch (model_type) {
+    case 10: return "STD";
+    case 20: return "ADV";
+    case 30: return "PRO";
+    case 40: return "MAX";
+    case 50: return "TEST";
+    default: return "UNKNOWN";
+    }
+}
+
+std::string DateTime(std::int32_t seconds) {
+    const std::time_t time = seconds;
+    char text[32];
+    std::strftime(text, sizeof text, "%a, %d.%m.%Y %H:%M:%S", std::localtime(&time));
+    return text;
+}
+
+void PrintStatusLines(const QVL_Status& status) {
+    if (!status.database_loaded) std::cout << "ERROR: Database not loaded!" << std::endl;
+    if (!status.sd_card_mounted) std::cout << "ERROR: Secondary SDCARD not mounted!" << std::endl;
+    if (status.sd_card_read_only) std::cout << "ERROR: Secondary SDCARD READONLY!" << std::endl;
+    if (status.emergency_button_pressed) std::cout << "WARNING: Emergency Button pressed!" << std::endl;
+    if (!status.board_connected) {
+        std::cout << "ERROR: measurement board not connected!" << std::endl;
+    } else if (!status.calibrated) {
+        std::cout << "WARNING: device not calibrated!" << std::endl;
+    }
+    if (status.status_code != QVL_Success) PrintResultCode("DEVICE STATUS: ", status.status_code);
+}
+
+enum class Then { ShowMenu, Leave };
+
+struct MenuEntry {
+    int number;
+    const char* line;  // null: accepted, not shown
+    void (*run)();     // null: nothing to run
+    Then then;
+};
+
+constexpr MenuEntry C_MainMenu[] = {
+    {1,  "1. Three Phase Transformer Test",     Three_Phase, Then::ShowMenu},
+    {2,  "2. Single Phase Test",                nullptr,     Then::ShowMenu},
+    {3,  "3. Calibration",                      nullptr,     Then::ShowMenu},
+    {4,  "4. Database",                         nullptr,     Then::ShowMenu},
+    {5,  "5. Choose frequency",                 nullptr,     Then::ShowMenu},
+    {6,  "6. RAW Data settings",                nullptr,     Then::ShowMenu},
+    {7,  "7. Change debug mode",                nullptr,     Then::ShowMenu},
+    {10, "10. Diagnose measurement board",      nullptr,     Then::ShowMenu},
+    {12, "12. Measurement board factory reset", nullptr,     Then::ShowMenu},
+    {30, "30. FAN settings",                    nullptr,     Then::ShowMenu},
+    {70, "70. Get log file",                    nullptr,     Then::ShowMenu},
+    {91, "91. Tap changer",                     nullptr,     Then::ShowMenu},
+    {99, "99. Test",                            nullptr,     Then::ShowMenu},
+    {0,  "0. Exit",                             nullptr,     Then::Leave   },
+    {8,  nullptr,                               nullptr,     Then::ShowMenu},
+    {9,  nullptr,                               nullptr,     Then::ShowMenu},
+};
+
+void PrintMainMenu() {
+    std::cout << std::endl << "== Choose menu item ==" << std::endl << std::endl;
+    for (const MenuEntry& entry : C_MainMenu) {
+        if (entry.line) std::cout << entry.line << std::endl;
+    }
+}
+
+// A number that is not in the table shows the menu again, without a message.
+Then RunEntry(int number) {
+    const auto entry = std::find_if(std::begin(C_MainMenu), std::end(C_MainMenu),
+                                    [number](const MenuEntry& candidate) { return candidate.number == number; });
+    if (entry == std::end(C_MainMenu)) return Then::ShowMenu;
+    if (entry->run) entry->run();
+    return entry->then;
+}
+
+Then RunMainMenuCycle() {
+    IsStopping = false;
+    std::cout << std::endl << "!!! === ZERKO main menu === !!!" << std::endl;
+    if (CheckResult(QVL_GetStatus(&device_status))) PrintStatusLines(device_status);
+    std::cout << "Frequency = " << current_frequency << " Hz" << std::endl;
+    if (get_RAW_Data) std::cout << "Save RAW Data to File" << std::endl;
+    PrintMainMenu();
+    return IsExiting ? Then::Leave : RunEntry(input_int());
+}
+
+}  // namespace
+
+void PrintDeviceReport() {
+    std::cout << "Model type: " << ModelName(device_info.model_type) << std::endl
+              << "Serial #: " << DeviceSerialNumber << std::endl
+              << "Hardware version: " << device_info.hardware_version << std::endl
+              << "Software version: " << device_software_version << std::endl
+              << "ATMEGA firmware version: " << device_info.atmega_version << std::endl
+              << "Device date/time: " << DateTime(device_info.device_time) << std::endl
+              << "Debug mode is " << (device_info.debug_mode ? "ON" : "OFF") << std::endl;
+    if (device_info.calibrated) {
+        std::cout << "Device has been calibrated at " << DateTime(device_info.calibration_time) << std::endl;
+    } else {
+        std::cout << "Device is not calibrated" << std::endl;
+    }
+    std::cout << std::endl;
+}
+
+void MainMenu() {
+    while (RunMainMenuCycle() == Then::ShowMenu) {
+    }
+}

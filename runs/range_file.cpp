@@ -1,0 +1,42 @@
+#include "runs/range_file.h"
+
+#include "console/globals.h"
+
+#include <ctime>
+#include <fcntl.h>
+#include <iomanip>
+#include <unistd.h>
+
+namespace {
+
+std::string DateTimeStem(std::time_t now) {
+    char text[32];
+    std::strftime(text, sizeof text, "%d-%m-%Y %H-%M-%S", std::localtime(&now));
+    return std::string("range-test-") + text;
+}
+
+}  // namespace
+
+void RangeFile::Open(const std::string& test_id, const std::string& column_header) {
+    const std::time_t now = std::time(nullptr);
+    const std::string base_name = (test_id.empty() ? DateTimeStem(now) : test_id) + ".csv";
+    m_path = C_ResutsDir + device_software_version + "-" + base_name;
+    current_file = m_path;
+
+    m_stream.open(m_path, std::ios::out | std::ios::trunc);
+    m_stream << std::fixed << std::setprecision(8);
+    m_stream << "sep=;\n"
+             << "ZERKO software version;" << device_software_version << "\n"
+             << "Date & Time;" << std::ctime(&now) << "\n\n"
+             << column_header << "\n";
+    Keep();
+}
+
+void RangeFile::Keep() {
+    if (!m_stream.flush()) return;
+    // The stream reaches the system; the file's own descriptor reaches the disk, which outlives the power.
+    const int file = ::open(m_path.c_str(), O_WRONLY | O_CLOEXEC);
+    if (file < 0) return;
+    ::fdatasync(file);
+    ::close(file);
+}

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <fstream>
+#include <string>
+
+// The result file of a run with several tests: a header block, then a row for each measurement, separated by
+// semicolons. A file that cannot be opened, or fails later, loses its rows without a message.
+class RangeFile {
+  public:
+    // Names the file after the test ID, or after the time of now when there is none, and makes it `current_file`.
+    void Open(const std::string& test_id, const std::string& column_header);
+
+    bool IsWanted() const { return !m_path.empty(); }
+    std::ostream& Stream() { return m_stream; }
+
+    // Brings the rows written so far to the disk, so that nothing that happens later can take them away.
+    void Keep();
+
+  private:
+    std::string m_path;
+    std::ofstream m_stream;
+};

@@ -1,0 +1,78 @@
+// The loop that runs a test plan, and what three-phase and single-phase runs share around each test.
+#pragma once
+
+#include "api/qvl_maintenance.h"
+#include "runs/range_file.h"
+#include "runs/result_check.h"
+#include "runs/test_plan.h"
+
+#include <iostream>
+#include <string>
+
+// What one kind of test brings to a run.
+template <class Parameters>
+struct TestKind {
+    QVL_ResultCode (*test)(const char* test_id, const Parameters*, const char* extra, QVL_DBAction,
+                           const QVL_ProgressCallback*, QVL_Test_Record**);
+    const char* column_header;                                       // of the range result file
+    void (*write_rows)(std::ostream& file, const QVL_Test_Record&);  // one row for each measurement of the record
+};
+
+// One run: the texts, files and database actions around its tests.
+class TestRun {
+  public:
+    // `test_id` may be empty; `may_store` is false for runs that never go into the database.
+    TestRun(std::size_t tests, const std::string& test_id, bool may_store);
+
+    // Opens the result file of a run with several tests.
+    void Begin(const char* column_header);
+
+    void Announce(const SingleTestConfig& test) const;
+    const char* TestID() const;  // null when there is none
+    QVL_DBAction DatabaseAction() const;
+
+    // Prints and writes the result of the test that was announced last.
+    void Report(const QVL_Test_Record& record, void (*write_rows)(std::ostream&, const QVL_Test_Record&));
+
+    // Writes the RAW data file if one is wanted.
+    void End() const;
+
+  private:
+    bool IsSeries() const { return m_tests > 1; }
+
+    const std::size_t m_tests;
+    std::size_t m_done = 0;
+    std::string m_test_id;
+    const bool m_may_store;
+    RangeFile m_range_file;
+    std::string m_raw_data;  // of all tests so far
+};
+
+template <class Parameters>
+void ApplyConfig(const SingleTestConfig& config, Parameters& parameters) {
+    if (config.test_type != QVL_TestType_Keep) parameters.test_type = config.test_type;
+    parameters.frequency = config.frequency;
+    parameters.voltage = config.voltage;
+}
+
+// Runs the tests of the plan in order until one fails.
+template <class Parameters>
+void RunTestPlan(const TestPlan& plan, Parameters parameters, const TestKind<Parameters>& kind, TestRun& run) {
+    run.Begin(kind.column_header);
+    for (const SingleTestConfig& config : plan) {
+        ApplyConfig(config, parameters);
+        run.Announce(config);
+
+        QVL_Test_Record* record = nullptr;
+        const QVL_ResultCode result =
+            kind.test(run.TestID(), &parameters, "{}", run.DatabaseAction(), &C_PrintProgress, &record);
+        if (!CheckResult(result) || !record) {
+            std::cout << "ERROR in last test";
+            break;
+        }
+        run.Report(*record, kind.write_rows);
+        QVL_FreeTestRecord(record);
+        std::cout << std::endl;
+    }
+    run.End();
+}

@@ -1,0 +1,111 @@
+#include "runs/three_phase.h"
+
+#include "console/globals.h"
+#include "console/input.h"
+#include "runs/test_run.h"
+#include "runs/three_phase_row.h"
+#include "runs/transformer_entry.h"
+
+#include <iostream>
+
+namespace {
+
+struct MeasurementType {
+    int choice;
+    QVL_TestMode mode;
+    double QVL_DeviceInfo::*default_voltage;
+};
+
+constexpr MeasurementType C_MeasurementTypes[] = {
+    {1, QVL_TestMode_VR_Auto, &QVL_DeviceInfo::auto_voltage     },
+    {2, QVL_TestMode_VR_Down, &QVL_DeviceInfo::step_down_voltage},
+    {3, QVL_TestMode_VR_Up,   &QVL_DeviceInfo::step_up_voltage  },
+};
+
+// Null when the operator wants none of them, or the median filter, which is listed and leads nowhere.
+const MeasurementType* SelectMeasurementType() {
+    std::cout << std::endl
+              << "Choose Measurement Type" << std::endl
+              << "1. Auto Test 3 Ph" << std::endl
+              << "2. Ratio 3 Ph Step DOWN" << std::endl
+              << "3. Ratio 3 Ph Step UP" << std::endl
+              << "13. Median Filter Auto Test" << std::endl
+              << "0. Exit" << std::endl;
+    const int choice = input_int();
+    for (const MeasurementType& type : C_MeasurementTypes) {
+        if (type.choice == choice) return &type;
+    }
+    return nullptr;
+}
+
+struct TestMethod {
+    QVL_TestType type = QVL_TestType_3ph_Auto;
+    bool magnetic_balance = false;
+    bool all_types = false;
+};
+
+TestMethod SelectTestMethod() {
+    std::cout << "Select test method: " << std::endl
+              << "1. AUTO" << std::endl
+              << "2. Excite 3ph, measure 1ph" << std::endl
+              << "3. Excite 1ph, measure 1ph" << std::endl
+              << "4. Excite 3ph, measure 3ph" << std::endl
+              << "5. Simulate test" << std::endl
+              << "6. Test ALL modes: 3-3, 3-1, 1-1" << std::endl
+              << "7. Magnetic Balance Test" << std::endl;
+    switch (input_int()) {
+    case 2: return {.type = QVL_TestType_3ph_3_1};
+    case 3: return {.type = QVL_TestType_3ph_1_1};
+    case 4: return {.type = QVL_TestType_3ph_3_3};
+    case 6: return {.all_types = true};
+    case 7: return {.type = QVL_TestType_3ph_3_1, .magnetic_balance = true};
+    default: return {};
+    }
+}
+
+void SelectWindings(QVL_Parameters_3ph& parameters) {
+    std::cout << "Select metering HV: " << std::endl;
+    parameters.winding_hi = SelectWindingType();
+    std::cout << "Select metering LV: " << std::endl;
+    parameters.winding_lo = SelectWindingType();
+}
+
+TestPlan ForAllTestTypes(const TestPlan& plan) {
+    TestPlan all;
+    for (const QVL_TestType type : {QVL_TestType_3ph_3_3, QVL_TestType_3ph_3_1, QVL_TestType_3ph_1_1}) {
+        for (SingleTestConfig config : plan) {
+            config.test_type = type;
+            all.push_back(config);
+        }
+    }
+    return all;
+}
+
+}  // namespace
+
+void Three_Phase() {
+    const MeasurementType* measurement = SelectMeasurementType();
+    if (!measurement) return;
+
+    QVL_Parameters_3ph parameters;
+    parameters.test_mode = measurement->mode;
+    const bool direction_is_chosen = measurement->mode != QVL_TestMode_VR_Auto;
+    const TestMethod method = direction_is_chosen ? SelectTestMethod() : TestMethod{};
+    parameters.test_type = method.type;
+    parameters.magnetic_balance = method.magnetic_balance;
+
+    SelectWindings(parameters);
+    SelectPhaseShift(parameters);
+    TestPlan plan = InputTestVoltage(device_info.*measurement->default_voltage);
+    parameters.nameplate_ratio = InputNameplateRatio();
+    parameters.fixed_24 = 1.0;
+    parameters.frequency = current_frequency;
+    if (method.all_types) {
+        std::cout << "Testing ALL test types." << std::endl;
+        plan = ForAllTestTypes(plan);
+    }
+    parameters.raw_data = get_RAW_Data;
+
+    TestRun run(plan.size(), InputNewTestID(), !method.all_types);
+    RunTestPlan(plan, parameters, {QVL_Test_3ph, C_ThreePhaseHeader, PerformTest_3F}, run);
+}
