@@ -1,0 +1,111 @@
+#include "output/result_writer.h"
+
+#include <charconv>
+#include <locale>
+#include <system_error>
+
+namespace {
+
+constexpr int C_DegreeDecimals = 6;
+constexpr std::size_t C_LongestNumber = 384;     // the largest double has 309 digits before its decimal point
+constexpr std::size_t C_UsualReportSize = 4096;  // bytes; longer reports grow the buffer
+
+// False: more decimals than a number has room for; nothing was appended.
+bool append_fixed(std::string& text, double number, int decimals) {
+    char digits[C_LongestNumber];
+    const auto [end, error] = std::to_chars(digits, digits + sizeof digits, number, std::chars_format::fixed, decimals);
+    if (error != std::errc()) return false;
+    text.append(digits, end);
+    return true;
+}
+
+double folded_degrees(double radians) {
+    double degrees = radians * 57.29577951308232;
+    if (degrees < 0.0) degrees += 360.0;
+    // Angles just under a full turn read better as small negative ones, hence 350 and not 360.
+    if (degrees > 350.0) degrees -= 360.0;
+    return degrees;
+}
+
+bool is_plain_fixed(const std::ostream& stream) {
+    constexpr auto decisive = std::ios_base::floatfield | std::ios_base::basefield | std::ios_base::showpos |
+                              std::ios_base::showpoint | std::ios_base::uppercase;
+    return (stream.flags() & decisive) == (std::ios_base::fixed | std::ios_base::dec) && stream.width() == 0 &&
+           stream.getloc() == std::locale::classic();
+}
+
+}  // namespace
+
+void append_degrees(std::string& text, double radians) {
+    append_fixed(text, folded_degrees(radians), C_DegreeDecimals);
+}
+
+ResultWriter::ResultWriter(std::ostream& stream) : stream_(stream), buffered_(is_plain_fixed(stream)) {
+    if (buffered_) buffer_.reserve(C_UsualReportSize);
+}
+
+ResultWriter& ResultWriter::operator<<(char character) {
+    return *this << std::string_view(&character, 1);
+}
+
+ResultWriter& ResultWriter::operator<<(std::string_view text) {
+    if (buffered_)
+        buffer_ += text;
+    else
+        stream_ << text;
+    return *this;
+}
+
+ResultWriter& ResultWriter::operator<<(const char* text) {
+    if (text != nullptr) return *this << std::string_view(text);
+    hand_over();
+    stream_.setstate(std::ios_base::badbit);
+    return *this;
+}
+
+ResultWriter& ResultWriter::operator<<(std::int32_t number) {
+    return write_integer(number);
+}
+
+ResultWriter& ResultWriter::operator<<(std::uint32_t number) {
+    return write_integer(number);
+}
+
+ResultWriter& ResultWriter::operator<<(double number) {
+    if (buffered_ && append_fixed(buffer_, number, static_cast<int>(stream_.precision()))) return *this;
+    hand_over();
+    stream_ << number;
+    return *this;
+}
+
+ResultWriter& ResultWriter::write(double value, Quantity quantity) {
+    if (quantity == Quantity::Number) return *this << value;
+    if (buffered_) {
+        append_degrees(buffer_, value);
+        return *this;
+    }
+    std::string degrees;
+    append_degrees(degrees, value);
+    return *this << degrees;
+}
+
+void ResultWriter::flush() {
+    hand_over();
+    stream_.flush();
+}
+
+template <class Integer>
+ResultWriter& ResultWriter::write_integer(Integer number) {
+    if (buffered_) {
+        char digits[16];
+        buffer_.append(digits, std::to_chars(digits, digits + sizeof digits, number).ptr);
+    } else {
+        stream_ << number;
+    }
+    return *this;
+}
+
+void ResultWriter::hand_over() {
+    stream_.write(buffer_.data(), static_cast<std::streamsize>(buffer_.size()));
+    buffer_.clear();
+}
