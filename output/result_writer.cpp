@@ -40,8 +40,8 @@ void append_degrees(std::string& text, double radians) {
     append_fixed(text, folded_degrees(radians), C_DegreeDecimals);
 }
 
-ResultWriter::ResultWriter(std::ostream& stream) : stream_(stream), buffered_(is_plain_fixed(stream)) {
-    if (buffered_) buffer_.reserve(C_UsualReportSize);
+ResultWriter::ResultWriter(std::ostream& stream) : m_stream(stream), m_buffered(is_plain_fixed(stream)) {
+    if (m_buffered) m_buffer.reserve(C_UsualReportSize);
 }
 
 ResultWriter& ResultWriter::operator<<(char character) {
@@ -49,17 +49,17 @@ ResultWriter& ResultWriter::operator<<(char character) {
 }
 
 ResultWriter& ResultWriter::operator<<(std::string_view text) {
-    if (buffered_)
-        buffer_ += text;
+    if (m_buffered)
+        m_buffer += text;
     else
-        stream_ << text;
+        m_stream << text;
     return *this;
 }
 
 ResultWriter& ResultWriter::operator<<(const char* text) {
     if (text != nullptr) return *this << std::string_view(text);
     hand_over();
-    stream_.setstate(std::ios_base::badbit);
+    m_stream.setstate(std::ios_base::badbit);
     return *this;
 }
 
@@ -72,16 +72,16 @@ ResultWriter& ResultWriter::operator<<(std::uint32_t number) {
 }
 
 ResultWriter& ResultWriter::operator<<(double number) {
-    if (buffered_ && append_fixed(buffer_, number, static_cast<int>(stream_.precision()))) return *this;
+    if (m_buffered && append_fixed(m_buffer, number, static_cast<int>(m_stream.precision()))) return *this;
     hand_over();
-    stream_ << number;
+    m_stream << number;
     return *this;
 }
 
 ResultWriter& ResultWriter::write(double value, Quantity quantity) {
     if (quantity == Quantity::Number) return *this << value;
-    if (buffered_) {
-        append_degrees(buffer_, value);
+    if (m_buffered) {
+        append_degrees(m_buffer, value);
         return *this;
     }
     std::string degrees;
@@ -91,21 +91,21 @@ ResultWriter& ResultWriter::write(double value, Quantity quantity) {
 
 void ResultWriter::flush() {
     hand_over();
-    stream_.flush();
+    m_stream.flush();
 }
 
 template <class Integer>
 ResultWriter& ResultWriter::write_integer(Integer number) {
-    if (buffered_) {
+    if (m_buffered) {
         char digits[16];
-        buffer_.append(digits, std::to_chars(digits, digits + sizeof digits, number).ptr);
+        m_buffer.append(digits, std::to_chars(digits, digits + sizeof digits, number).ptr);
     } else {
-        stream_ << number;
+        m_stream << number;
     }
     return *this;
 }
 
 void ResultWriter::hand_over() {
-    stream_.write(buffer_.data(), static_cast<std::streamsize>(buffer_.size()));
-    buffer_.clear();
+    m_stream.write(m_buffer.data(), static_cast<std::streamsize>(m_buffer.size()));
+    m_buffer.clear();
 }

@@ -40,7 +40,7 @@ class ResultWriter {
     ResultWriter& write(double value, Quantity quantity);
 
     // Decimals of the doubles that follow, here and in the stream.
-    void precision(int decimals) { stream_.precision(decimals); }
+    void precision(int decimals) { m_stream.precision(decimals); }
 
     // Hands over what was written so far and flushes the stream.
     void flush();
@@ -50,7 +50,7 @@ class ResultWriter {
     ResultWriter& write_integer(Integer number);
     void hand_over();
 
-    std::ostream& stream_;
-    const bool buffered_;
-    std::string buffer_;
+    std::ostream& m_stream;
+    const bool m_buffered;
+    std::string m_buffer;
 };

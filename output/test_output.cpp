@@ -328,19 +328,19 @@ std::string QVL_Test_Output::CombineVectorGroup(QVL_WindingType winding_hi, QVL_
 
 std::string QVL_Test_Output::LabelToText(const QVL_TestLabel* label) {
     std::string text = "ID: ";
-    text += text_or_empty(label->test_id);
+    text.append(text_or_empty(label->test_id));
     text.append(" \t").append(test_type_name(label->test_type));
     text.append(" \t").append(testing_mode_name(label->testing_mode));
-    if (label->mag_balance != 0) text += "+MagBalance";
-    text += " \t" + CombineVectorGroup(label->winding_hi, label->winding_lo, label->phasing);
-    if (label->phase_shift != 0.0) text += "+" + radToDeg(label->phase_shift);
-    text += " \t #" + std::to_string(label->test_number);
+    if (label->mag_balance != 0) text.append("+MagBalance");
+    text.append(" \t").append(CombineVectorGroup(label->winding_hi, label->winding_lo, label->phasing));
+    if (label->phase_shift != 0.0) text.append("+").append(radToDeg(label->phase_shift));
+    text.append(" \t #").append(std::to_string(label->test_number));
     text.append(" \t").append(label->label_text, strnlen(label->label_text, sizeof label->label_text));
-    text += " \t maxRE: " + std::to_string(label->max_ratio_error);
+    text.append(" \t maxRE: ").append(std::to_string(label->max_ratio_error));
     if (label->testing_mode == QVL_TestMode_CT) {
-        text += " t_hi:" + std::to_string(label->tap_hi);
-        text += " t_lo:" + std::to_string(label->tap_lo);
-        text += " ct_l:" + std::to_string(label->ct_l);
+        text.append(" t_hi:").append(std::to_string(label->tap_hi));
+        text.append(" t_lo:").append(std::to_string(label->tap_lo));
+        text.append(" ct_l:").append(std::to_string(label->ct_l));
     }
     if (label->tags != nullptr) text.append("\ttags: ").append(label->tags);
     return text;
