@@ -14,7 +14,7 @@
 
 namespace {
 
-void CancelOperation() {
+void cancel_operation() {
     std::cout << "BEFORE QVL_CancelOperation" << std::endl;
     QVL_CancelOperation();
     std::cout << "AFTER QVL_CancelOperation" << std::endl;
@@ -23,23 +23,23 @@ void CancelOperation() {
 // The first signal of a main menu cycle cancels what the device is doing, the second ends the process. Runs in signal
 // context and does more than is safe there, on purpose: the operator's way out must work while the main thread is
 // inside the library, which is also why the cancellation has a thread of its own.
-void HandleStop(int signal) {
+void handle_stop(int signal) {
     if (IsStopping) {
         std::cout << " second signal - terminate immediately" << std::endl;
         std::exit(signal);
     }
     std::cout << "Cancelling current operation..." << std::endl;
-    std::thread(CancelOperation).detach();
+    std::thread(cancel_operation).detach();
     IsStopping = true;
 }
 
-std::string HomeFolder() {
+std::string home_folder() {
     const passwd* user = getpwuid(getuid());
     return user && user->pw_dir ? user->pw_dir : "";
 }
 
-void PrepareResultsFolder() {
-    C_ResutsDir = HomeFolder() + "/Documents/ZERKO/test-results/";
+void prepare_results_folder() {
+    C_ResutsDir = home_folder() + "/Documents/ZERKO/test-results/";
     if (Utils::CreateDir(C_ResutsDir)) {
         std::cout << "Folder with results: " << C_ResutsDir << "\n";
     } else {
@@ -52,14 +52,14 @@ struct Switches {
     std::string serial_port;  // empty: the instrument that the program runs on
 };
 
-Switches ReadSwitches(const std::vector<std::string>& arguments) {
+Switches read_switches(const std::vector<std::string>& arguments) {
     const auto debug = std::find(arguments.begin(), arguments.end(), "--debug");
     const auto serial_port = std::find(arguments.begin(), arguments.end(), "--serialport");
     const bool port_follows = serial_port != arguments.end() && serial_port + 1 != arguments.end();
     return {debug != arguments.end(), port_follows ? serial_port[1] : ""};
 }
 
-bool StartDevice(const Switches& switches) {
+bool start_device(const Switches& switches) {
     const QVL_ResultCode result = switches.serial_port.empty()
                                       ? QVL_Lib_Initialize(nullptr, nullptr, QVL_Lib_Mode_Console, switches.debug)
                                       : QVL_Lib_InitializeTestStation(switches.serial_port.c_str(), nullptr, nullptr,
@@ -69,7 +69,7 @@ bool StartDevice(const Switches& switches) {
     return false;
 }
 
-void IntroduceDevice() {
+void introduce_device() {
     if (!CheckResult(QVL_GetDeviceInfo(&device_info))) {
         std::cout << "ERORR getting device information!";
         return;
@@ -83,12 +83,12 @@ void IntroduceDevice() {
 
 int main(int argc, char* argv[]) {
     // Before any output, so that an interrupt during start-up is caught too.
-    SignalHandler::RegisterStopHandler(HandleStop);
+    SignalHandler::RegisterStopHandler(handle_stop);
 
     std::cout << "Console Tester " << C_QVL_SOFTWARE_VERSION << std::endl;
-    PrepareResultsFolder();
-    if (!StartDevice(ReadSwitches(InputArgParser(argc, argv).arguments))) return EXIT_FAILURE;
-    IntroduceDevice();
+    prepare_results_folder();
+    if (!start_device(read_switches(InputArgParser(argc, argv).arguments))) return EXIT_FAILURE;
+    introduce_device();
 
     MainMenu();
 

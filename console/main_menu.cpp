@@ -12,7 +12,7 @@
 
 namespace {
 
-const char* ModelName(std::int32_t model_type) {
+const char* model_name(std::int32_t model_type) {
     switch (model_type) {
     case 10: return "STD";
     case 20: return "ADV";
@@ -23,14 +23,14 @@ const char* ModelName(std::int32_t model_type) {
     }
 }
 
-std::string DateTime(std::int32_t seconds) {
+std::string date_time(std::int32_t seconds) {
     const std::time_t time = seconds;
     char text[32];
     std::strftime(text, sizeof text, "%a, %d.%m.%Y %H:%M:%S", std::localtime(&time));
     return text;
 }
 
-void PrintStatusLines(const QVL_Status& status) {
+void print_status_lines(const QVL_Status& status) {
     if (!status.database_loaded) std::cout << "ERROR: Database not loaded!" << std::endl;
     if (!status.sd_card_mounted) std::cout << "ERROR: Secondary SDCARD not mounted!" << std::endl;
     if (status.sd_card_read_only) std::cout << "ERROR: Secondary SDCARD READONLY!" << std::endl;
@@ -40,7 +40,7 @@ void PrintStatusLines(const QVL_Status& status) {
     } else if (!status.calibrated) {
         std::cout << "WARNING: device not calibrated!" << std::endl;
     }
-    if (status.status_code != QVL_Success) PrintResultCode("DEVICE STATUS: ", status.status_code);
+    if (status.status_code != QVL_Success) print_result_code("DEVICE STATUS: ", status.status_code);
 }
 
 enum class Then { ShowMenu, Leave };
@@ -71,7 +71,7 @@ constexpr MenuEntry C_MainMenu[] = {
     {9,  nullptr,                               nullptr,     Then::ShowMenu},
 };
 
-void PrintMainMenu() {
+void print_main_menu() {
     std::cout << std::endl << "== Choose menu item ==" << std::endl << std::endl;
     for (const MenuEntry& entry : C_MainMenu) {
         if (entry.line) std::cout << entry.line << std::endl;
@@ -79,7 +79,7 @@ void PrintMainMenu() {
 }
 
 // A number that is not in the table shows the menu again, without a message.
-Then RunEntry(int number) {
+Then run_entry(int number) {
     const auto entry = std::find_if(std::begin(C_MainMenu), std::end(C_MainMenu),
                                     [number](const MenuEntry& candidate) { return candidate.number == number; });
     if (entry == std::end(C_MainMenu)) return Then::ShowMenu;
@@ -87,28 +87,28 @@ Then RunEntry(int number) {
     return entry->then;
 }
 
-Then RunMainMenuCycle() {
+Then run_main_menu_cycle() {
     IsStopping = false;
     std::cout << std::endl << "!!! === ZERKO main menu === !!!" << std::endl;
-    if (CheckResult(QVL_GetStatus(&device_status))) PrintStatusLines(device_status);
+    if (CheckResult(QVL_GetStatus(&device_status))) print_status_lines(device_status);
     std::cout << "Frequency = " << current_frequency << " Hz" << std::endl;
     if (get_RAW_Data) std::cout << "Save RAW Data to File" << std::endl;
-    PrintMainMenu();
-    return IsExiting ? Then::Leave : RunEntry(input_int());
+    print_main_menu();
+    return IsExiting ? Then::Leave : run_entry(input_int());
 }
 
 }  // namespace
 
 void PrintDeviceReport() {
-    std::cout << "Model type: " << ModelName(device_info.model_type) << std::endl
+    std::cout << "Model type: " << model_name(device_info.model_type) << std::endl
               << "Serial #: " << DeviceSerialNumber << std::endl
               << "Hardware version: " << device_info.hardware_version << std::endl
               << "Software version: " << device_software_version << std::endl
               << "ATMEGA firmware version: " << device_info.atmega_version << std::endl
-              << "Device date/time: " << DateTime(device_info.device_time) << std::endl
+              << "Device date/time: " << date_time(device_info.device_time) << std::endl
               << "Debug mode is " << (device_info.debug_mode ? "ON" : "OFF") << std::endl;
     if (device_info.calibrated) {
-        std::cout << "Device has been calibrated at " << DateTime(device_info.calibration_time) << std::endl;
+        std::cout << "Device has been calibrated at " << date_time(device_info.calibration_time) << std::endl;
     } else {
         std::cout << "Device is not calibrated" << std::endl;
     }
@@ -116,6 +116,6 @@ void PrintDeviceReport() {
 }
 
 void MainMenu() {
-    while (RunMainMenuCycle() == Then::ShowMenu) {
+    while (run_main_menu_cycle() == Then::ShowMenu) {
     }
 }

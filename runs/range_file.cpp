@@ -9,7 +9,7 @@
 
 namespace {
 
-std::string DateTimeStem(std::time_t now) {
+std::string date_time_stem(std::time_t now) {
     char text[32];
     std::strftime(text, sizeof text, "%d-%m-%Y %H-%M-%S", std::localtime(&now));
     return std::string("range-test-") + text;
@@ -17,9 +17,9 @@ std::string DateTimeStem(std::time_t now) {
 
 }  // namespace
 
-void RangeFile::Open(const std::string& test_id, const std::string& column_header) {
+void RangeFile::open(const std::string& test_id, const std::string& column_header) {
     const std::time_t now = std::time(nullptr);
-    const std::string base_name = (test_id.empty() ? DateTimeStem(now) : test_id) + ".csv";
+    const std::string base_name = (test_id.empty() ? date_time_stem(now) : test_id) + ".csv";
     m_path = C_ResutsDir + device_software_version + "-" + base_name;
     current_file = m_path;
 
@@ -29,10 +29,10 @@ void RangeFile::Open(const std::string& test_id, const std::string& column_heade
              << "ZERKO software version;" << device_software_version << "\n"
              << "Date & Time;" << std::ctime(&now) << "\n\n"
              << column_header << "\n";
-    Keep();
+    keep();
 }
 
-void RangeFile::Keep() {
+void RangeFile::keep() {
     if (!m_stream.flush()) return;
     // The stream reaches the system; the file's own descriptor reaches the disk, which outlives the power.
     const int file = ::open(m_path.c_str(), O_WRONLY | O_CLOEXEC);

@@ -8,13 +8,12 @@
 class RangeFile {
   public:
     // Names the file after the test ID, or after the time of now when there is none, and makes it `current_file`.
-    void Open(const std::string& test_id, const std::string& column_header);
+    void open(const std::string& test_id, const std::string& column_header);
 
-    bool IsWanted() const { return !m_path.empty(); }
-    std::ostream& Stream() { return m_stream; }
+    std::ostream& stream() { return m_stream; }
 
     // Brings the rows written so far to the disk, so that nothing that happens later can take them away.
-    void Keep();
+    void keep();
 
   private:
     std::string m_path;

@@ -5,15 +5,15 @@
 #include <cstdlib>
 #include <iostream>
 
-void PrintResultCode(const char* heading, QVL_ResultCode code) {
+void print_result_code(const char* heading, QVL_ResultCode code) {
     const char* description = nullptr;
     const char* name = QVL_GetResultCodeName(code, &description);
     std::cout << std::endl << heading << (name ? name : "") << std::endl;
     if (description) std::cout << description << std::endl << std::endl;
 }
 
-bool PrintFailure(QVL_ResultCode code) {
-    PrintResultCode("ERROR: ", code);
+bool print_failure(QVL_ResultCode code) {
+    print_result_code("ERROR: ", code);
     return false;
 }
 
@@ -22,7 +22,7 @@ void ProgressTest(void*, int current, int total) {
 }
 
 void StatusCallback(void*, QVL_ResultCode code, const char* data) {
-    PrintResultCode("STATUS CALLBACK: ", code);
+    print_result_code("STATUS CALLBACK: ", code);
     if (data) std::cout << "data: " << data << std::endl;
 
     if (QVL_CheckConnection() == QVL_Success) return;

@@ -4,18 +4,18 @@
 #include "api/qvl_service.h"
 
 // Prints an empty line, the heading with the code's name, and the code's description if it has one.
-void PrintResultCode(const char* heading, QVL_ResultCode code);
+void print_result_code(const char* heading, QVL_ResultCode code);
 
 // Prints a failed result; always false.
-bool PrintFailure(QVL_ResultCode code);
+bool print_failure(QVL_ResultCode code);
 
-constexpr bool IsSuccess(QVL_ResultCode code) {
+constexpr bool is_success(QVL_ResultCode code) {
     return code == QVL_Success || code == QVL_Success_44 || code == QVL_Success_76;
 }
 
 // True for success; any other code is printed as a failure, and the caller gives up.
 inline bool CheckResult(QVL_ResultCode code) {
-    return IsSuccess(code) || PrintFailure(code);
+    return is_success(code) || print_failure(code);
 }
 
 // Progress function for every QVL_ProgressCallback; the context is not used.

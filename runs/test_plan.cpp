@@ -13,7 +13,7 @@ const std::vector<std::int32_t> AutoFrequences = {50, 60, 100, 120, 200, 240, 40
 
 namespace {
 
-void PrintPrompt(double defaultVoltage) {
+void print_prompt(double defaultVoltage) {
     std::cout << std::setprecision(2) << "Enter Test Voltage " << std::endl
               << " empty for " << defaultVoltage << "V," << std::endl
               << "'A' - ascending  test, Z - descending auto test" << std::endl
@@ -22,39 +22,39 @@ void PrintPrompt(double defaultVoltage) {
               << " > ";
 }
 
-SingleTestConfig AtVoltage(double voltage) {
+SingleTestConfig at_voltage(double voltage) {
     return {QVL_TestType_Keep, voltage, current_frequency};
 }
 
 template <class Iterator>
-TestPlan VoltageSweep(Iterator first, Iterator last) {
+TestPlan voltage_sweep(Iterator first, Iterator last) {
     TestPlan plan;
-    for (; first != last; ++first) plan.push_back(AtVoltage(*first));
+    for (; first != last; ++first) plan.push_back(at_voltage(*first));
     return plan;
 }
 
-TestPlan Repeat(double voltage, int times) {
+TestPlan repeated_test(double voltage, int times) {
     if (times < 1) return {};
-    return TestPlan(static_cast<std::size_t>(times), AtVoltage(voltage));
+    return TestPlan(static_cast<std::size_t>(times), at_voltage(voltage));
 }
 
-TestPlan FrequencySweep(double voltage) {
+TestPlan frequency_sweep(double voltage) {
     TestPlan plan;
     for (const std::int32_t frequency : AutoFrequences) plan.push_back({QVL_TestType_Keep, voltage, frequency});
     return plan;
 }
 
-TestPlan ParsePlan(const std::string& line, double defaultVoltage) {
-    if (line.empty()) return {AtVoltage(defaultVoltage)};
-    if (line == "A" || line == "a") return VoltageSweep(C_AutoTestVoltages.begin(), C_AutoTestVoltages.end());
-    if (line == "Z" || line == "z") return VoltageSweep(C_AutoTestVoltages.rbegin(), C_AutoTestVoltages.rend());
+TestPlan parse_plan(const std::string& line, double defaultVoltage) {
+    if (line.empty()) return {at_voltage(defaultVoltage)};
+    if (line == "A" || line == "a") return voltage_sweep(C_AutoTestVoltages.begin(), C_AutoTestVoltages.end());
+    if (line == "Z" || line == "z") return voltage_sweep(C_AutoTestVoltages.rbegin(), C_AutoTestVoltages.rend());
 
     const auto letter = line.find_first_of("XxFf");
-    if (letter == std::string::npos) return {AtVoltage(std::stod(line))};
+    if (letter == std::string::npos) return {at_voltage(std::stod(line))};
     const std::string voltage = line.substr(0, letter);
     const bool repeat = line[letter] == 'X' || line[letter] == 'x';
-    if (repeat) return Repeat(std::stod(voltage), std::stoi(line.substr(letter + 1)));
-    return FrequencySweep(voltage.empty() ? defaultVoltage : std::stod(voltage));
+    if (repeat) return repeated_test(std::stod(voltage), std::stoi(line.substr(letter + 1)));
+    return frequency_sweep(voltage.empty() ? defaultVoltage : std::stod(voltage));
 }
 
 }  // namespace
@@ -62,10 +62,10 @@ TestPlan ParsePlan(const std::string& line, double defaultVoltage) {
 TestPlan InputTestVoltage(double defaultVoltage) {
     static std::string strInput;
     for (;;) {
-        PrintPrompt(defaultVoltage);
+        print_prompt(defaultVoltage);
         strInput = input_line();
         try {
-            return ParsePlan(strInput, defaultVoltage);
+            return parse_plan(strInput, defaultVoltage);
         } catch (const std::exception&) {
             // No number, a number that does not fit, or more tests than memory holds: the prompt says what to type.
         }

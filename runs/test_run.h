@@ -14,7 +14,7 @@ template <class Parameters>
 struct TestKind {
     QVL_ResultCode (*test)(const char* test_id, const Parameters*, const char* extra, QVL_DBAction,
                            const QVL_ProgressCallback*, QVL_Test_Record**);
-    const char* column_header;                                       // of the range result file
+    std::string column_header;                                       // of the range result file
     void (*write_rows)(std::ostream& file, const QVL_Test_Record&);  // one row for each measurement of the record
 };
 
@@ -25,20 +25,20 @@ class TestRun {
     TestRun(std::size_t tests, const std::string& test_id, bool may_store);
 
     // Opens the result file of a run with several tests.
-    void Begin(const char* column_header);
+    void begin(const std::string& column_header);
 
-    void Announce(const SingleTestConfig& test) const;
-    const char* TestID() const;  // null when there is none
-    QVL_DBAction DatabaseAction() const;
+    void announce(const SingleTestConfig& test) const;
+    const char* test_id() const;  // null when there is none
+    QVL_DBAction database_action() const;
 
     // Prints and writes the result of the test that was announced last.
-    void Report(const QVL_Test_Record& record, void (*write_rows)(std::ostream&, const QVL_Test_Record&));
+    void report(const QVL_Test_Record& record, void (*write_rows)(std::ostream&, const QVL_Test_Record&));
 
     // Writes the RAW data file if one is wanted.
-    void End() const;
+    void end() const;
 
   private:
-    bool IsSeries() const { return m_tests > 1; }
+    bool is_series() const { return m_tests > 1; }
 
     const std::size_t m_tests;
     std::size_t m_done = 0;
@@ -49,7 +49,7 @@ class TestRun {
 };
 
 template <class Parameters>
-void ApplyConfig(const SingleTestConfig& config, Parameters& parameters) {
+void apply_config(const SingleTestConfig& config, Parameters& parameters) {
     if (config.test_type != QVL_TestType_Keep) parameters.test_type = config.test_type;
     parameters.frequency = config.frequency;
     parameters.voltage = config.voltage;
@@ -57,22 +57,22 @@ void ApplyConfig(const SingleTestConfig& config, Parameters& parameters) {
 
 // Runs the tests of the plan in order until one fails.
 template <class Parameters>
-void RunTestPlan(const TestPlan& plan, Parameters parameters, const TestKind<Parameters>& kind, TestRun& run) {
-    run.Begin(kind.column_header);
+void run_test_plan(const TestPlan& plan, Parameters parameters, const TestKind<Parameters>& kind, TestRun& run) {
+    run.begin(kind.column_header);
     for (const SingleTestConfig& config : plan) {
-        ApplyConfig(config, parameters);
-        run.Announce(config);
+        apply_config(config, parameters);
+        run.announce(config);
 
         QVL_Test_Record* record = nullptr;
         const QVL_ResultCode result =
-            kind.test(run.TestID(), &parameters, "{}", run.DatabaseAction(), &C_PrintProgress, &record);
+            kind.test(run.test_id(), &parameters, "{}", run.database_action(), &C_PrintProgress, &record);
         if (!CheckResult(result) || !record) {
             std::cout << "ERROR in last test";
             break;
         }
-        run.Report(*record, kind.write_rows);
+        run.report(*record, kind.write_rows);
         QVL_FreeTestRecord(record);
         std::cout << std::endl;
     }
-    run.End();
+    run.end();
 }

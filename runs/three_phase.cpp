@@ -23,7 +23,7 @@ constexpr MeasurementType C_MeasurementTypes[] = {
 };
 
 // Null when the operator wants none of them, or the median filter, which is listed and leads nowhere.
-const MeasurementType* SelectMeasurementType() {
+const MeasurementType* select_measurement_type() {
     std::cout << std::endl
               << "Choose Measurement Type" << std::endl
               << "1. Auto Test 3 Ph" << std::endl
@@ -44,7 +44,7 @@ struct TestMethod {
     bool all_types = false;
 };
 
-TestMethod SelectTestMethod() {
+TestMethod select_test_method() {
     std::cout << "Select test method: " << std::endl
               << "1. AUTO" << std::endl
               << "2. Excite 3ph, measure 1ph" << std::endl
@@ -63,14 +63,14 @@ TestMethod SelectTestMethod() {
     }
 }
 
-void SelectWindings(QVL_Parameters_3ph& parameters) {
+void select_windings(QVL_Parameters_3ph& parameters) {
     std::cout << "Select metering HV: " << std::endl;
     parameters.winding_hi = SelectWindingType();
     std::cout << "Select metering LV: " << std::endl;
     parameters.winding_lo = SelectWindingType();
 }
 
-TestPlan ForAllTestTypes(const TestPlan& plan) {
+TestPlan for_all_test_types(const TestPlan& plan) {
     TestPlan all;
     for (const QVL_TestType type : {QVL_TestType_3ph_3_3, QVL_TestType_3ph_3_1, QVL_TestType_3ph_1_1}) {
         for (SingleTestConfig config : plan) {
@@ -84,17 +84,17 @@ TestPlan ForAllTestTypes(const TestPlan& plan) {
 }  // namespace
 
 void Three_Phase() {
-    const MeasurementType* measurement = SelectMeasurementType();
+    const MeasurementType* measurement = select_measurement_type();
     if (!measurement) return;
 
     QVL_Parameters_3ph parameters;
     parameters.test_mode = measurement->mode;
     const bool direction_is_chosen = measurement->mode != QVL_TestMode_VR_Auto;
-    const TestMethod method = direction_is_chosen ? SelectTestMethod() : TestMethod{};
+    const TestMethod method = direction_is_chosen ? select_test_method() : TestMethod{};
     parameters.test_type = method.type;
     parameters.magnetic_balance = method.magnetic_balance;
 
-    SelectWindings(parameters);
+    select_windings(parameters);
     SelectPhaseShift(parameters);
     TestPlan plan = InputTestVoltage(device_info.*measurement->default_voltage);
     parameters.nameplate_ratio = InputNameplateRatio();
@@ -102,10 +102,10 @@ void Three_Phase() {
     parameters.frequency = current_frequency;
     if (method.all_types) {
         std::cout << "Testing ALL test types." << std::endl;
-        plan = ForAllTestTypes(plan);
+        plan = for_all_test_types(plan);
     }
     parameters.raw_data = get_RAW_Data;
 
     TestRun run(plan.size(), InputNewTestID(), !method.all_types);
-    RunTestPlan(plan, parameters, {QVL_Test_3ph, C_ThreePhaseHeader, PerformTest_3F}, run);
+    run_test_plan(plan, parameters, {QVL_Test_3ph, ColumnHeader_3F(), PerformTest_3F}, run);
 }

@@ -12,12 +12,12 @@ namespace {
 
 constexpr double C_Pi = 3.141592653589793;
 
-bool EndsInDegreeSign(const std::string& text) {
+bool ends_in_degree_sign(const std::string& text) {
     return text.back() == 'd' || text.back() == 'D';
 }
 
 template <class Parameters>
-void SetAbsoluteAngle(Parameters& parameters, const std::string& degrees) {
+void set_absolute_angle(Parameters& parameters, const std::string& degrees) {
     parameters.phase_shift = std::stod(degrees) * C_Pi / 180;
     parameters.phasing = 0;
     const DefaultFormat format(std::cout);
@@ -25,16 +25,16 @@ void SetAbsoluteAngle(Parameters& parameters, const std::string& degrees) {
 }
 
 template <class Parameters>
-void SetClockNumber(Parameters& parameters, const std::string& number) {
+void set_clock_number(Parameters& parameters, const std::string& number) {
     parameters.phasing = std::stoi(number);
     std::cout << "User entered phasing: " << parameters.phasing << std::endl;
 }
 
-bool RecordExists(const std::string& testID) {
+bool record_exists(const std::string& testID) {
     bool exists = false;
     // Advisory: when the device cannot tell, the ID is taken as it was typed.
     const QVL_ResultCode result = QVL_CheckRecordExists(testID.c_str(), exists);
-    return IsSuccess(result) && exists;
+    return is_success(result) && exists;
 }
 
 }  // namespace
@@ -65,11 +65,11 @@ void SelectPhaseShift(Parameters& parameters) {
             return;
         }
         try {
-            if (EndsInDegreeSign(strInput)) {
+            if (ends_in_degree_sign(strInput)) {
                 strInput.pop_back();
-                SetAbsoluteAngle(parameters, strInput);
+                set_absolute_angle(parameters, strInput);
             } else {
-                SetClockNumber(parameters, strInput);
+                set_clock_number(parameters, strInput);
             }
             return;
         } catch (const std::logic_error&) {
@@ -97,7 +97,7 @@ std::string InputNewTestID() {
     for (;;) {
         std::cout << "Test ID (leave empty for date/time): ";
         const std::string testID = input_line();
-        if (testID.empty() || !RecordExists(testID)) return testID;
+        if (testID.empty() || !record_exists(testID)) return testID;
         std::cout << "Already exists. Please choose a different Test ID" << std::endl;
     }
 }
