@@ -15,6 +15,7 @@
 #include <map>
 #include <sstream>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -253,8 +254,13 @@ int main(int argc, char** argv) {
         std::cerr << "format-bench: fprintf's bytes differ; comparing their speed would mean nothing\n";
         return 1;
     }
-    benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
+    // Repetitions take turns, so that a processor that changes its pace does so for all of them.
+    char interleaved[] = "--benchmark_enable_random_interleaving=true";
+    std::vector<char*> arguments(argv, argv + argc);
+    arguments.insert(arguments.begin() + 1, interleaved);
+    int count = static_cast<int>(arguments.size());
+    benchmark::Initialize(&count, arguments.data());
+    if (benchmark::ReportUnrecognizedArguments(count, arguments.data())) return 1;
     Reporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
     reporter.print_ratio("Row", 0.35);
