@@ -1,0 +1,45 @@
+#!/bin/sh
+# Includes point down the house, and only one door leads to the keyboard: tests/check_house.sh [root]
+set -u
+cd "${1:-$(dirname "$0")/..}" || exit 2
+status=0
+
+ground='console/(globals|input|input_arg_parser|signal_handler|default_format)'
+
+complain() {  # what, lines
+    [ -n "$2" ] || return 0
+    printf '%s\n%s\n\n' "$1" "$2"
+    status=1
+}
+
+# includes of our own headers in the files given that do not start as allowed
+foreign_includes() {  # allowed, files...
+    allowed=$1
+    shift
+    [ $# -gt 0 ] || return 0
+    grep -nHE '^[[:space:]]*#[[:space:]]*include[[:space:]]*"' "$@" | grep -vE "include[[:space:]]*\"($allowed)"
+}
+
+sources() {  # folder
+    [ ! -d "$1" ] || find "$1" -name '*.h' -o -name '*.cpp' -o -name '*.inc'
+}
+
+check_folder() {  # folder, allowed
+    complain "$1/ may include $2 only:" "$(foreign_includes "$2" $(sources "$1"))"
+}
+
+check_folder api 'api/'
+check_folder output 'api/|output/'
+complain "the ground floor of console/ may include api/ and itself only:" \
+    "$(foreign_includes "api/|$ground\\." $(sources console | grep -E "^$ground\\."))"
+check_folder console 'api/|output/|console/|runs/|maintenance/'
+check_folder runs "api/|output/|runs/|$ground\\."
+check_folder maintenance "api/|output/|runs/|maintenance/|$ground\\."
+check_folder simulator 'api/|simulator/'
+
+program=$(for folder in api output console runs maintenance; do sources $folder; done)
+[ -n "$program" ] || complain "no sources found in" "$PWD"
+complain "only console/input.cpp names standard input:" \
+    "$(grep -nHE '\<(cin|stdin|getchar|scanf|STDIN_FILENO)\>' $program | grep -vE '^console/input\.cpp:|^[^:]*:[0-9]+:[[:space:]]*//')"
+
+exit $status

@@ -1,0 +1,170 @@
+#include "tests/console_process.h"
+
+#include "tests/temp_folder.h"
+
+#include <cerrno>
+#include <csignal>
+#include <fcntl.h>
+#include <poll.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <system_error>
+#include <thread>
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+void check(bool good, const char* what, int error = errno) {
+    if (!good) throw std::system_error(error, std::generic_category(), what);
+}
+
+// The program looks the home folder up in the password database, so the run gets a database of its own.
+void write_password_database(const ConsoleSetup& setup) {
+    const std::string user = std::to_string(getuid());
+    const std::string group = std::to_string(getgid());
+    const std::string home = home_in(setup.folder).string() + setup.home_suffix;
+    write_file(setup.folder / "passwd", "operator:x:" + user + ":" + group + ":Operator:" + home + ":/bin/sh\n");
+    write_file(setup.folder / "group", "operator:x:" + group + ":\n");
+}
+
+std::string inherited(const char* name, const std::string& otherwise) {
+    const char* value = std::getenv(name);
+    return value ? value : otherwise;
+}
+
+std::vector<std::string> environment_for(const ConsoleSetup& setup) {
+    std::vector<std::string> environment = {
+        "PATH=" + inherited("PATH", "/usr/bin:/bin"),
+        "LD_LIBRARY_PATH=" + inherited("LD_LIBRARY_PATH", ""),
+        "TZ=UTC",
+        "LC_ALL=C",
+        "LD_PRELOAD=" NSS_WRAPPER_LIBRARY,
+        "NSS_WRAPPER_PASSWD=" + (setup.folder / "passwd").string(),
+        "NSS_WRAPPER_GROUP=" + (setup.folder / "group").string(),
+        "ZERKO_SIM_STATE=" + (setup.folder / "state").string(),
+        "ZERKO_SIM_TIME_SCALE=" + setup.time_scale,
+        "ASAN_OPTIONS=verify_asan_link_order=0:" + inherited("ASAN_OPTIONS", ""),
+        "UBSAN_OPTIONS=" + inherited("UBSAN_OPTIONS", "print_stacktrace=1"),
+    };
+    if (!setup.instrument.empty()) environment.push_back("ZERKO_SIM_INSTRUMENT=" + setup.instrument.string());
+    return environment;
+}
+
+std::vector<char*> pointers(std::vector<std::string>& texts) {
+    std::vector<char*> pointers;
+    for (std::string& text : texts) pointers.push_back(text.data());
+    pointers.push_back(nullptr);
+    return pointers;
+}
+
+// The child starts with the signals' default actions, whatever the test program has set.
+pid_t spawn(const ConsoleSetup& setup, int keyboard, int screen) {
+    posix_spawn_file_actions_t files;
+    posix_spawn_file_actions_init(&files);
+    posix_spawn_file_actions_addchdir_np(&files, home_in(setup.folder).c_str());
+    posix_spawn_file_actions_adddup2(&files, keyboard, STDIN_FILENO);
+    posix_spawn_file_actions_adddup2(&files, screen, STDOUT_FILENO);
+    posix_spawn_file_actions_addopen(&files, STDERR_FILENO, errors_in(setup.folder).c_str(),
+                                     O_WRONLY | O_CREAT | O_APPEND, 0600);
+    posix_spawnattr_t attributes;
+    posix_spawnattr_init(&attributes);
+    sigset_t all;
+    sigfillset(&all);
+    posix_spawnattr_setsigdefault(&attributes, &all);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
+
+    std::vector<std::string> arguments = {CONSOLE_TESTER};
+    arguments.insert(arguments.end(), setup.arguments.begin(), setup.arguments.end());
+    std::vector<std::string> environment = environment_for(setup);
+    pid_t pid = -1;
+    const int error = posix_spawn(&pid, CONSOLE_TESTER, &files, &attributes, pointers(arguments).data(),
+                                  pointers(environment).data());
+    posix_spawnattr_destroy(&attributes);
+    posix_spawn_file_actions_destroy(&files);
+    check(error == 0, "cannot start " CONSOLE_TESTER, error);
+    return pid;
+}
+
+}  // namespace
+
+fs::path home_in(const fs::path& folder) {
+    return folder / "home";
+}
+
+fs::path errors_in(const fs::path& folder) {
+    return folder / "stderr";
+}
+
+ConsoleProcess::ConsoleProcess(const ConsoleSetup& setup) {
+    std::signal(SIGPIPE, SIG_IGN);  // typing at a program that has ended is seen by the missing output
+    fs::create_directories(home_in(setup.folder));
+    write_password_database(setup);
+
+    int keyboard[2];
+    int screen[2];
+    check(pipe2(keyboard, O_CLOEXEC) == 0, "pipe");
+    check(pipe2(screen, O_CLOEXEC) == 0, "pipe");
+    m_pid = spawn(setup, keyboard[0], screen[1]);
+    close(keyboard[0]);
+    close(screen[1]);
+    m_keyboard = keyboard[1];
+    m_screen = screen[0];
+}
+
+ConsoleProcess::~ConsoleProcess() {
+    close_input();
+    close(m_screen);
+    if (!m_ended) {
+        kill(m_pid, SIGKILL);
+        waitpid(m_pid, &m_wait_status, 0);
+    }
+}
+
+void ConsoleProcess::type(const std::string& text) {
+    check(write(m_keyboard, text.data(), text.size()) >= 0 || errno == EPIPE, "typing");
+}
+
+void ConsoleProcess::close_input() {
+    if (m_keyboard >= 0) close(m_keyboard);
+    m_keyboard = -1;
+}
+
+void ConsoleProcess::send_signal(int number) const {
+    check(kill(m_pid, number) == 0, "kill");
+}
+
+bool ConsoleProcess::read_more(std::chrono::milliseconds limit) {
+    if (m_output_ended) return false;
+    pollfd screen = {m_screen, POLLIN, 0};
+    const int ready = poll(&screen, 1, static_cast<int>(limit.count()));
+    check(ready >= 0, "poll");
+    if (ready == 0) return false;
+
+    char chunk[4096];
+    const ssize_t size = read(m_screen, chunk, sizeof chunk);
+    check(size >= 0, "read");
+    m_output.append(chunk, static_cast<std::size_t>(size));
+    m_output_ended = size == 0;
+    return size > 0;
+}
+
+bool ConsoleProcess::has_ended() {
+    if (!m_ended) m_ended = waitpid(m_pid, &m_wait_status, WNOHANG) == m_pid;
+    return m_ended;
+}
+
+std::string ConsoleProcess::exit_status() {
+    const auto deadline = std::chrono::steady_clock::now() + C_LongestWait;
+    while (!has_ended() && std::chrono::steady_clock::now() < deadline)
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    if (!has_ended()) {
+        kill(m_pid, SIGKILL);
+        waitpid(m_pid, &m_wait_status, 0);
+        m_ended = true;
+        return "none: it did not end by itself";
+    }
+    if (WIFSIGNALED(m_wait_status)) return "signal " + std::to_string(WTERMSIG(m_wait_status));
+    return std::to_string(WEXITSTATUS(m_wait_status));
+}

@@ -1,0 +1,55 @@
+#pragma once
+
+#include <chrono>
+#include <filesystem>
+#include <string>
+#include <sys/types.h>
+#include <vector>
+
+// No wait for the console tester is longer than this.
+constexpr std::chrono::seconds C_LongestWait{10};
+
+struct ConsoleSetup {
+    std::filesystem::path folder;      // holds home, state and working folder of the run
+    std::filesystem::path instrument;  // description of the simulated instrument; empty: the built-in one
+    std::vector<std::string> arguments;
+    std::string time_scale = "0";  // of simulated durations
+    std::string home_suffix;       // ends the home folder's name in the password database
+};
+
+std::filesystem::path home_in(const std::filesystem::path& folder);
+
+// What the program writes to standard error.
+std::filesystem::path errors_in(const std::filesystem::path& folder);
+
+// The real program on the simulated instrument, in a home of its own, with pipes in place of the terminal.
+class ConsoleProcess {
+  public:
+    explicit ConsoleProcess(const ConsoleSetup& setup);
+    ~ConsoleProcess();  // ends the program if it still runs
+    ConsoleProcess(const ConsoleProcess&) = delete;
+    ConsoleProcess& operator=(const ConsoleProcess&) = delete;
+
+    void type(const std::string& text);
+    void close_input();
+    void send_signal(int number) const;
+
+    // Waits for more output; false when none has come in that time or no more can come.
+    bool read_more(std::chrono::milliseconds limit);
+    const std::string& output() const { return m_output; }
+    bool output_ended() const { return m_output_ended; }
+
+    // "0", or "signal 9" when a signal ended the program. A program that does not end in time is killed.
+    std::string exit_status();
+
+  private:
+    bool has_ended();
+
+    pid_t m_pid = -1;
+    int m_keyboard = -1;
+    int m_screen = -1;
+    int m_wait_status = 0;
+    bool m_ended = false;
+    bool m_output_ended = false;
+    std::string m_output;
+};

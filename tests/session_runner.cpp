@@ -1,0 +1,210 @@
+#include "tests/session_runner.h"
+
+#include "tests/console_process.h"
+#include "tests/temp_folder.h"
+#include "tests/transcript.h"
+
+#include <csignal>
+#include <fnmatch.h>
+#include <map>
+#include <sstream>
+#include <stdexcept>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// A program that has printed nothing for so long waits for input.
+constexpr std::chrono::milliseconds C_Quiet{400};
+
+fs::path find_instrument(const std::string& name) {
+    if (name.empty()) return {};
+    for (const char* folder : {"tests/instruments", "simulator/instruments"}) {
+        const fs::path file = fs::path(SOURCE_FOLDER) / folder / name;
+        if (fs::exists(file)) return file;
+    }
+    throw std::runtime_error("no instrument description " + name);
+}
+
+ConsoleSetup setup_of(const Transcript& transcript, const fs::path& folder) {
+    ConsoleSetup setup;
+    setup.folder = folder;
+    setup.instrument = find_instrument(transcript.setting("instrument", ""));
+    setup.time_scale = transcript.setting("time-scale", "0");
+    setup.home_suffix = transcript.setting("home-suffix", "");
+    std::istringstream arguments(transcript.setting("arguments", ""));
+    for (std::string argument; arguments >> argument;) setup.arguments.push_back(argument);
+    return setup;
+}
+
+// A file where the program wants a folder.
+void put_in_the_way(const Transcript& transcript, const fs::path& folder) {
+    const std::string name = transcript.setting("file-in-the-way", "");
+    if (name.empty()) return;
+    fs::create_directories((home_in(folder) / name).parent_path());
+    write_file(home_in(folder) / name, "");
+}
+
+std::vector<Lines> outputs_of(const Transcript& transcript) {
+    std::vector<Lines> outputs;
+    for (const Step& step : transcript.steps) outputs.push_back(step.output);
+    return outputs;
+}
+
+int signal_number(const std::string& name) {
+    static const std::map<std::string, int> numbers = {
+        {"SIGINT",  SIGINT },
+        {"SIGTERM", SIGTERM},
+        {"SIGKILL", SIGKILL}
+    };
+    return numbers.at(name);
+}
+
+// One run of a transcript.
+class Session {
+  public:
+    Session(const Transcript& transcript, const fs::path& folder)
+        : m_transcript(transcript), m_folder(folder), m_process(setup_of(transcript, folder)),
+          m_matcher(outputs_of(transcript)) {}
+
+    // As fast as the output arrives; false at the first output that does not belong.
+    bool play() {
+        for (std::size_t i = 0; i < m_transcript.steps.size(); ++i) {
+            const std::string& action = m_transcript.steps[i].action;
+            if (!wait_for(i, is_exit(action)) || perform(action) != action) return false;
+            m_matcher.pass(i);
+        }
+        return true;
+    }
+
+    // Does every action, expected output or not, and tells what was seen before each.
+    std::vector<Step> play_patiently() {
+        std::vector<Step> seen;
+        std::size_t shown = 0;
+        for (std::size_t i = 0; i < m_transcript.steps.size(); ++i) {
+            const std::string& action = m_transcript.steps[i].action;
+            const bool reached = wait_for(i, is_exit(action));
+            if (!is_exit(action) && !(reached && action.starts_with("! "))) read_until_quiet();
+            const std::string output = m_process.output().substr(shown);
+            shown = m_process.output().size();
+            seen.push_back({to_lines(output), perform(action)});
+            m_matcher.pass(i);
+            if (m_process.output_ended()) break;
+        }
+        return seen;
+    }
+
+  private:
+    static bool is_exit(const std::string& action) { return action.starts_with("exit: "); }
+
+    bool wait_for(std::size_t step, bool until_end) {
+        const auto deadline = std::chrono::steady_clock::now() + C_LongestWait;
+        while (std::chrono::steady_clock::now() < deadline) {
+            m_matcher.feed(std::string_view(m_process.output()).substr(m_matched));
+            m_matched = m_process.output().size();
+            const bool complete = !until_end || m_process.output_ended();
+            if (complete && m_matcher.reached(step)) return true;
+            if (m_process.output_ended() || (m_matcher.lost() && !until_end)) return false;
+            m_process.read_more(C_Quiet);
+        }
+        return false;
+    }
+
+    void read_until_quiet() {
+        const auto deadline = std::chrono::steady_clock::now() + C_LongestWait;
+        while (m_process.read_more(C_Quiet) && std::chrono::steady_clock::now() < deadline) {
+        }
+    }
+
+    // What was done, as an action: at the end with the program's own exit status.
+    std::string perform(const std::string& action) {
+        if (is_exit(action)) return "exit: " + m_process.exit_status();
+        if (action.starts_with("! "))
+            m_process.send_signal(signal_number(action.substr(2)));
+        else if (action == "> ^D")
+            m_process.close_input();
+        else
+            m_process.type(action.substr(std::min<std::size_t>(2, action.size())) + "\n");
+        return action;
+    }
+
+    const Transcript& m_transcript;
+    const fs::path m_folder;
+    ConsoleProcess m_process;
+    Matcher m_matcher;
+    std::size_t m_matched = 0;  // characters of the output
+};
+
+std::vector<fs::path> files_named(const std::string& pattern, const fs::path& folder) {
+    std::vector<fs::path> files;
+    for (const auto& entry : fs::recursive_directory_iterator(folder)) {
+        const fs::path name = entry.path().lexically_relative(folder);
+        if (entry.is_regular_file() && fnmatch(pattern.c_str(), name.c_str(), 0) == 0) files.push_back(entry.path());
+    }
+    return files;
+}
+
+FileCheck seen_file(const FileCheck& expected, const fs::path& home) {
+    const std::vector<fs::path> files = files_named(expected.name, home);
+    if (files.size() > 1) return {expected.name + " (several files)", true, {}};
+    if (files.empty()) return {expected.name, false, {}};
+    return {expected.name, true, to_lines(read_file(files.front()))};
+}
+
+std::vector<FileCheck> seen_files(const Transcript& transcript, const fs::path& home) {
+    std::vector<FileCheck> seen;
+    for (const FileCheck& expected : transcript.files) seen.push_back(seen_file(expected, home));
+    return seen;
+}
+
+struct Sight {
+    Comparison comparison;
+    std::string errors;  // from standard error
+};
+
+Sight play_for_sight(const Transcript& transcript) {
+    const TempFolder folder;
+    put_in_the_way(transcript, folder.path());
+    Transcript seen;
+    seen.steps = Session(transcript, folder.path()).play_patiently();
+    seen.files = seen_files(transcript, home_in(folder.path()));
+    return {compare(transcript, seen), read_file(errors_in(folder.path()))};
+}
+
+bool play_for_verdict(const Transcript& transcript) {
+    const TempFolder folder;
+    put_in_the_way(transcript, folder.path());
+    if (!Session(transcript, folder.path()).play()) return false;
+
+    Transcript files_only;
+    files_only.files = transcript.files;
+    Transcript seen;
+    seen.files = seen_files(transcript, home_in(folder.path()));
+    return compare(files_only, seen).difference.empty() && read_file(errors_in(folder.path())).empty();
+}
+
+Transcript read_transcript(const fs::path& file) {
+    try {
+        return parse_transcript(read_file(file));
+    } catch (const std::exception& error) {
+        throw std::runtime_error(file.string() + ": " + error.what());
+    }
+}
+
+}  // namespace
+
+std::string play_session(const fs::path& file) {
+    const Transcript transcript = read_transcript(file);
+    if (play_for_verdict(transcript)) return {};
+    const Sight sight = play_for_sight(transcript);
+    const std::string& difference = sight.comparison.difference;
+    return "--- " + file.string() + "\n+++ seen\n" +
+           (difference.empty() ? "no difference when played again, slowly\n" : difference) +
+           (sight.errors.empty() ? "" : "standard error:\n" + sight.errors);
+}
+
+void accept_session(const fs::path& file) {
+    const Sight sight = play_for_sight(read_transcript(file));
+    if (!sight.errors.empty()) throw std::runtime_error("not accepted, standard error is not empty:\n" + sight.errors);
+    write_file(file, to_text(sight.comparison.accepted));
+}

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+
+// A new empty folder that goes away with everything in it.
+class TempFolder {
+  public:
+    TempFolder() {
+        std::string name = (std::filesystem::temp_directory_path() / "zerko-test-XXXXXX").string();
+        if (!mkdtemp(name.data())) throw std::runtime_error("cannot create " + name);
+        m_path = name;
+    }
+    ~TempFolder() {
+        std::error_code ignored;
+        std::filesystem::remove_all(m_path, ignored);
+    }
+    TempFolder(const TempFolder&) = delete;
+    TempFolder& operator=(const TempFolder&) = delete;
+
+    const std::filesystem::path& path() const { return m_path; }
+
+  private:
+    std::filesystem::path m_path;
+};
+
+inline std::string read_file(const std::filesystem::path& path) {
+    std::ostringstream text;
+    std::ifstream file(path, std::ios::binary);
+    if (!file) throw std::runtime_error("cannot read " + path.string());
+    if (file.peek() != std::ifstream::traits_type::eof()) text << file.rdbuf();
+    return text.str();
+}
+
+inline void write_file(const std::filesystem::path& path, const std::string& text) {
+    std::ofstream file(path, std::ios::binary | std::ios::trunc);
+    file << text;
+    if (!file.flush()) throw std::runtime_error("cannot write " + path.string());
+}

@@ -1,0 +1,377 @@
+#include "tests/transcript.h"
+
+#include <algorithm>
+#include <map>
+#include <sstream>
+#include <stdexcept>
+
+namespace {
+
+const std::string C_AnyLines = "...";
+const std::string C_AnyText = "[...]";
+const std::string C_MentionsBegin = "...{";
+const std::string C_MentionsEnd = "...}";
+const std::string C_FileBegin = "file: ";
+const std::string C_FileEnd = "end file";
+const std::string C_NoFile = "no file: ";
+const std::string C_Exit = "exit: ";
+
+bool is_action(const std::string& line) {
+    return line == ">" || line.starts_with("> ") || line.starts_with("! SIG") || line.starts_with(C_Exit);
+}
+
+class Parser {
+  public:
+    explicit Parser(const std::string& text) : m_stream(text) {}
+
+    Transcript parse() {
+        while (next() && !m_line.empty()) parse_head_line();
+        parse_steps();
+        while (next()) parse_file_check();
+        return std::move(m_transcript);
+    }
+
+  private:
+    bool next() {
+        ++m_number;
+        return static_cast<bool>(std::getline(m_stream, m_line));
+    }
+
+    [[noreturn]] void fail(const std::string& what) const {
+        throw std::runtime_error("line " + std::to_string(m_number) + ": " + what);
+    }
+
+    void parse_head_line() {
+        if (!m_line.starts_with("#") && m_line.find(": ") == std::string::npos) fail("the head has `key: value` lines");
+        m_transcript.head.push_back(m_line);
+    }
+
+    void parse_steps() {
+        Step step;
+        while (next()) {
+            if (!is_action(m_line)) {
+                step.output.push_back(m_line);
+                continue;
+            }
+            step.action = m_line;
+            m_transcript.steps.push_back(std::move(step));
+            step = {};
+            if (m_line.starts_with(C_Exit)) return;
+        }
+        fail("the last step is `exit: status`");
+    }
+
+    void parse_file_check() {
+        if (m_line.starts_with(C_NoFile)) {
+            m_transcript.files.push_back({m_line.substr(C_NoFile.size()), false, {}});
+        } else if (m_line.starts_with(C_FileBegin)) {
+            FileCheck check{m_line.substr(C_FileBegin.size()), true, {}};
+            while (next() && m_line != C_FileEnd) check.text.push_back(m_line);
+            if (!m_stream) fail("`end file` is missing");
+            m_transcript.files.push_back(std::move(check));
+        } else {
+            fail("after the exit status only files are looked at");
+        }
+    }
+
+    std::istringstream m_stream;
+    std::string m_line;
+    int m_number = 0;
+    Transcript m_transcript;
+};
+
+// A line or a wildcard of several lines.
+struct Unit {
+    Lines source;
+    bool any_lines;
+};
+
+std::vector<Unit> to_units(const Lines& lines) {
+    std::vector<Unit> units;
+    for (std::size_t i = 0; i < lines.size(); ++i) {
+        units.push_back({{lines[i]}, lines[i] == C_AnyLines || lines[i] == C_MentionsBegin});
+        if (lines[i] != C_MentionsBegin) continue;
+        while (i + 1 < lines.size() && units.back().source.back() != C_MentionsEnd)
+            units.back().source.push_back(lines[++i]);
+    }
+    return units;
+}
+
+Lines mentions_of(const Lines& lines) {
+    Lines mentions;
+    for (const Unit& unit : to_units(lines))
+        if (unit.source.front() == C_MentionsBegin)
+            mentions.insert(mentions.end(), unit.source.begin() + 1, unit.source.end() - 1);
+    return mentions;
+}
+
+bool line_matches(std::string_view expected, std::string_view seen) {
+    const auto wildcard = expected.find(C_AnyText);
+    if (wildcard == std::string_view::npos) return expected == seen;
+    if (!seen.starts_with(expected.substr(0, wildcard))) return false;
+    const std::string_view rest = expected.substr(wildcard + C_AnyText.size());
+    for (std::size_t i = wildcard; i <= seen.size(); ++i)
+        if (line_matches(rest, seen.substr(i))) return true;
+    return false;
+}
+
+constexpr char C_Same = ' ';
+constexpr char C_Missing = '-';
+constexpr char C_Extra = '+';
+
+struct MarkedLine {
+    char mark;
+    std::string text;
+};
+
+// The pairing of expected and seen lines that leaves the fewest without a partner.
+class Alignment {
+  public:
+    Alignment(const Lines& expected, const Lines& seen) : m_units(to_units(expected)), m_seen(seen) {
+        const std::size_t rows = m_units.size() + 1;
+        const std::size_t columns = m_seen.size() + 1;
+        m_costs.assign(rows, std::vector<std::size_t>(columns));
+        for (std::size_t i = rows; i-- > 0;)
+            for (std::size_t j = columns; j-- > 0;) m_costs[i][j] = cost(i, j);
+    }
+
+    std::vector<MarkedLine> marked_lines() const {
+        std::vector<MarkedLine> marked;
+        std::size_t i = 0;
+        std::size_t j = 0;
+        while (i < m_units.size() || j < m_seen.size()) {
+            if (pairs(i, j) && m_costs[i][j] == m_costs[i + 1][j + 1]) {
+                append(marked, C_Same, m_units[i++]);
+                ++j;
+            } else if (i < m_units.size() && m_costs[i][j] == m_costs[i + 1][j] + cost_of_missing(i)) {
+                append(marked, m_units[i].any_lines ? C_Same : C_Missing, m_units[i]);
+                ++i;
+            } else {
+                if (!absorbs_next(i)) marked.push_back({C_Extra, m_seen[j]});
+                ++j;
+            }
+        }
+        return marked;
+    }
+
+  private:
+    bool pairs(std::size_t i, std::size_t j) const {
+        return i < m_units.size() && j < m_seen.size() && !m_units[i].any_lines &&
+               line_matches(m_units[i].source.front(), m_seen[j]);
+    }
+    bool absorbs_next(std::size_t i) const { return i < m_units.size() && m_units[i].any_lines; }
+    std::size_t cost_of_missing(std::size_t i) const { return m_units[i].any_lines ? 0 : 1; }
+
+    std::size_t cost(std::size_t i, std::size_t j) const {
+        const bool more_units = i < m_units.size();
+        const bool more_seen = j < m_seen.size();
+        if (!more_units && !more_seen) return 0;
+        if (!more_seen) return m_costs[i + 1][j] + cost_of_missing(i);
+        const std::size_t extra = m_costs[i][j + 1] + (absorbs_next(i) ? 0 : 1);
+        if (!more_units) return extra;
+        const std::size_t best = std::min(extra, m_costs[i + 1][j] + cost_of_missing(i));
+        return pairs(i, j) ? std::min(best, m_costs[i + 1][j + 1]) : best;
+    }
+
+    static void append(std::vector<MarkedLine>& marked, char mark, const Unit& unit) {
+        for (const std::string& line : unit.source) marked.push_back({mark, line});
+    }
+
+    const std::vector<Unit> m_units;
+    const Lines& m_seen;
+    std::vector<std::vector<std::size_t>> m_costs;
+};
+
+// Collects the marked lines of a whole comparison.
+class Differences {
+  public:
+    Lines add(const Lines& expected, const Lines& seen) {
+        Lines accepted;
+        for (const MarkedLine& line : Alignment(expected, seen).marked_lines()) {
+            m_lines.push_back(line);
+            if (line.mark != C_Missing) accepted.push_back(line.text);
+        }
+        add_missing_mentions(expected, seen);
+        return accepted;
+    }
+
+    // Changed lines with a few lines around them.
+    std::string to_text() const {
+        constexpr std::size_t C_Context = 4;
+        std::set<std::size_t> shown;
+        for (std::size_t i = 0; i < m_lines.size(); ++i) {
+            if (m_lines[i].mark == C_Same) continue;
+            const std::size_t first = i < C_Context ? 0 : i - C_Context;
+            for (std::size_t k = first; k <= std::min(i + C_Context, m_lines.size() - 1); ++k) shown.insert(k);
+        }
+        std::string text;
+        std::size_t expected_next = 0;
+        for (const std::size_t i : shown) {
+            if (i != expected_next) text += "@@\n";
+            text += m_lines[i].mark + m_lines[i].text + "\n";
+            expected_next = i + 1;
+        }
+        return text;
+    }
+
+  private:
+    void add_missing_mentions(const Lines& expected, const Lines& seen) {
+        for (const std::string& mention : mentions_of(expected)) {
+            const auto holds = [&mention](const std::string& line) { return line.find(mention) != std::string::npos; };
+            if (std::none_of(seen.begin(), seen.end(), holds)) m_lines.push_back({C_Missing, mention});
+        }
+    }
+
+    std::vector<MarkedLine> m_lines;
+};
+
+Lines as_lines(const FileCheck& check) {
+    Lines lines = {(check.exists ? C_FileBegin : C_NoFile) + check.name};
+    lines.insert(lines.end(), check.text.begin(), check.text.end());
+    if (check.exists) lines.push_back(C_FileEnd);
+    return lines;
+}
+
+std::size_t count_of(const std::string& text, const std::string& part) {
+    std::size_t count = 0;
+    for (auto at = text.find(part); at != std::string::npos; at = text.find(part, at + part.size())) ++count;
+    return count;
+}
+
+}  // namespace
+
+std::string Transcript::setting(const std::string& key, const std::string& otherwise) const {
+    for (const std::string& line : head)
+        if (line.starts_with(key + ": ")) return line.substr(key.size() + 2);
+    return otherwise;
+}
+
+Transcript parse_transcript(const std::string& text) {
+    return Parser(text).parse();
+}
+
+std::string to_text(const Transcript& transcript) {
+    std::string text;
+    const auto add = [&text](const Lines& lines) {
+        for (const std::string& line : lines) text += line + "\n";
+    };
+    add(transcript.head);
+    add({""});
+    for (const Step& step : transcript.steps) {
+        add(step.output);
+        add({step.action});
+    }
+    for (const FileCheck& check : transcript.files) add(as_lines(check));
+    return text;
+}
+
+Lines to_lines(const std::string& text) {
+    Lines lines;
+    std::istringstream stream(text);
+    for (std::string line; std::getline(stream, line);) lines.push_back(line + (stream.eof() ? "\\" : ""));
+    return lines;
+}
+
+Matcher::Matcher(const std::vector<Lines>& steps) {
+    for (const Lines& lines : steps) {
+        for (const Unit& unit : to_units(lines)) {
+            if (unit.any_lines) {
+                m_tokens.push_back({Kind::line_start, 0});
+                m_tokens.push_back({Kind::within_line, 0});
+            } else {
+                add_line(unit.source.front());
+            }
+        }
+        m_actions.push_back(m_tokens.size());
+        m_tokens.push_back({Kind::action, 0});
+        m_mentions.push_back(mentions_of(lines));
+    }
+    activate(m_active, 0);
+}
+
+void Matcher::add_line(const std::string& line) {
+    const bool has_end = !line.ends_with('\\');
+    const std::string text = has_end ? line + "\n" : line.substr(0, line.size() - 1);
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (text.compare(i, C_AnyText.size(), C_AnyText) == 0) {
+            m_tokens.push_back({Kind::any_text, 0});
+            i += C_AnyText.size() - 1;
+        } else {
+            m_tokens.push_back({Kind::character, text[i]});
+        }
+    }
+}
+
+// A token that may stand for nothing lets the next one meet the same character.
+void Matcher::activate(std::set<std::size_t>& active, std::size_t token) const {
+    if (token == m_tokens.size() || !active.insert(token).second) return;
+    switch (m_tokens[token].kind) {
+    case Kind::character: break;
+    case Kind::any_text: activate(active, token + 1); break;
+    case Kind::line_start: activate(active, token + 2); break;
+    case Kind::within_line:
+        if (m_tokens[token + 1].kind == Kind::action) activate(active, token + 1);
+        break;
+    case Kind::action:
+        if (m_passed > 0 && token <= m_actions[m_passed - 1]) activate(active, token + 1);
+        break;
+    }
+}
+
+void Matcher::feed(std::string_view output) {
+    m_step_output += output;
+    for (const char character : output) {
+        std::set<std::size_t> next;
+        for (const std::size_t token : m_active) {
+            switch (m_tokens[token].kind) {
+            case Kind::character:
+                if (m_tokens[token].character == character) activate(next, token + 1);
+                break;
+            case Kind::any_text:
+                if (character != '\n') activate(next, token);
+                break;
+            case Kind::line_start: activate(next, character == '\n' ? token : token + 1); break;
+            case Kind::within_line: activate(next, character == '\n' ? token - 1 : token); break;
+            case Kind::action: break;
+            }
+        }
+        m_active = std::move(next);
+    }
+}
+
+bool Matcher::reached(std::size_t step) const {
+    if (!m_active.contains(m_actions[step])) return false;
+    std::map<std::string, std::size_t> wanted;
+    for (const std::string& mention : m_mentions[step]) ++wanted[mention];
+    return std::all_of(wanted.begin(), wanted.end(), [this](const auto& mention) {
+        return count_of(m_step_output, mention.first) >= mention.second;
+    });
+}
+
+void Matcher::pass(std::size_t step) {
+    m_passed = step + 1;
+    m_step_output.clear();
+    if (m_active.contains(m_actions[step])) activate(m_active, m_actions[step] + 1);
+}
+
+Comparison compare(const Transcript& expected, const Transcript& seen) {
+    Differences differences;
+    Comparison comparison;
+    comparison.accepted.head = expected.head;
+    for (std::size_t i = 0; i < seen.steps.size(); ++i) {
+        Step accepted{differences.add(expected.steps[i].output, seen.steps[i].output), seen.steps[i].action};
+        differences.add({expected.steps[i].action}, {seen.steps[i].action});
+        comparison.accepted.steps.push_back(std::move(accepted));
+    }
+    for (std::size_t i = 0; i < seen.files.size(); ++i) {
+        FileCheck accepted = seen.files[i];
+        const bool both_exist = expected.files[i].exists && seen.files[i].exists;
+        if (both_exist)
+            accepted.text = differences.add(expected.files[i].text, seen.files[i].text);
+        else
+            differences.add(as_lines(expected.files[i]), as_lines(seen.files[i]));
+        comparison.accepted.files.push_back(std::move(accepted));
+    }
+    comparison.difference = differences.to_text();
+    return comparison;
+}
