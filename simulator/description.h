@@ -1,0 +1,80 @@
+// The description of the simulated instrument: a TOML text that says what the instrument is, what is wrong with it,
+// and what transformer hangs on its leads.
+#pragma once
+
+#include "api/qvl_service.h"
+#include "simulator/channel.h"
+#include "simulator/measurement.h"
+#include "simulator/transformer.h"
+
+#include <cstdint>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace simulator {
+
+struct InstrumentData {
+    std::string serial_number = "ZS-0000-0000";
+    std::string hardware_version = "3.1";
+    std::string software_version = "2.6.0";
+    std::string atmega_version = "1.14";
+    int model = 30;
+    double step_up_voltage = 12.0;  // volts
+    double step_down_voltage = 47.0;
+    double auto_voltage = 47.0;
+    double temperature = 23.5;                   // degrees Celsius
+    std::int64_t calibration_date = 1707211800;  // seconds since 1970
+
+    bool calibrated = true;
+    bool board_connected = true;
+    bool database_loaded = true;
+    bool card_mounted = true;
+    bool card_read_only = false;
+    bool emergency_button_pressed = false;
+
+    QVL_ResultCode status_code = QVL_Success;  // a condition that the status reports
+};
+
+// Real time, in seconds.
+struct Durations {
+    double three_phase = 3.0;
+    double magnetic_balance = 2.0;
+};
+
+// A result code for an operation: for every call, every n-th call, or the n-th call alone.
+struct InstrumentFault {
+    std::string operation;
+    QVL_ResultCode code{};
+    std::optional<int> on_call, every;
+
+    bool fires_on(int call) const;  // calls are counted from 1
+};
+
+struct Description {
+    std::uint64_t seed = 1;
+    InstrumentData instrument;
+    Limits limits;
+    Durations durations;
+    ChannelData channel;
+    TransformerData transformer;
+    std::vector<InstrumentFault> faults;
+};
+
+// Says where and why a description cannot be used: "file:line: reason".
+class DescriptionError : public std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+// Reads a description; `file` is the name that errors are reported under. Throws DescriptionError.
+Description parse_description(std::string_view text, const std::string& file);
+
+// Reads a description file. Throws DescriptionError, also when the file cannot be read.
+Description read_description(const std::string& path);
+
+// The text of instruments/dyn11.toml.
+std::string_view built_in_description();
+
+}  // namespace simulator

@@ -1,0 +1,31 @@
+// The operations of the device API, by name.
+#pragma once
+
+#include <string_view>
+
+namespace simulator {
+
+inline constexpr std::string_view operation_names[] = {
+    "QVL_Lib_Initialize",
+    "QVL_Lib_InitializeTestStation",
+    "QVL_Lib_Shutdown",
+    "QVL_CheckConnection",
+    "QVL_GetStatus",
+    "QVL_GetDeviceInfo",
+    "QVL_SetSettings",
+    "QVL_SetDebugEnabled",
+    "QVL_ReadFile",
+    "QVL_CloseTapChangerManual",
+    "QVL_Reboot",
+    "QVL_PowerOff",
+    "QVL_AddAttachement",
+    "QVL_BeginReadAttachement",
+    "QVL_EndReadAttachementFull",
+    "QVL_DeleteAttachement",
+    "QVL_Test_3ph",
+    "QVL_Test_1ph",
+    "QVL_CheckRecordExists",
+    "QVL_FreeTestRecord",
+};
+
+}  // namespace simulator

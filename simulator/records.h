@@ -1,0 +1,43 @@
+// A test record with everything that it points to.
+#pragma once
+
+#include "api/qvl_records.h"
+
+#include <deque>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace simulator {
+
+// Owns a record, its entries and its texts. Addresses stay the same while it lives.
+class OwnedRecord {
+  public:
+    OwnedRecord() = default;
+    OwnedRecord(const OwnedRecord&) = delete;
+    OwnedRecord& operator=(const OwnedRecord&) = delete;
+
+    // A copy of the text that lives as long as the record.
+    const char* keep(std::string_view text);
+
+    // An entry that is part of the record's storage but not yet one of its tests.
+    QVL_TestData_3ph& new_data_3ph();
+
+    void add_test(const QVL_TestData_3ph& data);
+    void set_raw_data(std::string text) { raw_data_ = std::move(text); }
+
+    QVL_TestLabel& label() { return record_.label; }
+    const QVL_TestLabel& label() const { return record_.label; }
+
+    // The record as the console tester gets it, with the tests added so far.
+    QVL_Test_Record* record();
+
+  private:
+    QVL_Test_Record record_{};
+    std::deque<std::string> texts_;
+    std::deque<QVL_TestData_3ph> data_3ph_;
+    std::vector<const QVL_TestData_3ph*> tests_3ph_;
+    std::string raw_data_;
+};
+
+}  // namespace simulator

@@ -1,0 +1,124 @@
+// The transformer on the instrument's leads: its windings, its core, and the circuit that they make.
+#pragma once
+
+#include "api/qvl_parameters.h"
+
+#include <Eigen/Dense>
+
+#include <array>
+#include <complex>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace simulator {
+
+using Complex = std::complex<double>;
+
+enum class Side { high = 0, low = 1 };
+
+constexpr Side other(Side side) {
+    return side == Side::high ? Side::low : Side::high;
+}
+
+// Terminals are counted from 0 within a side: three line terminals, then the neutral.
+constexpr int neutral = 3;
+
+// The high side's terminals, then the low side's.
+constexpr int terminal_count = 8;
+constexpr int terminal_of(Side side, int terminal) {
+    return 4 * static_cast<int>(side) + terminal;
+}
+
+constexpr bool has_neutral(QVL_WindingType winding) {
+    return winding == QVL_Winding_Yn || winding == QVL_Winding_Zn;
+}
+
+// Low-side phasors lag the high side by `clock` times 30 degrees.
+struct VectorGroup {
+    QVL_WindingType high = QVL_Winding_D;
+    QVL_WindingType low = QVL_Winding_Yn;
+    int clock = 11;
+};
+
+// Reads the usual notation: Dyn11, YNd1, Yzn5. Nothing when it is none; whether it can be wound is not asked.
+std::optional<VectorGroup> parse_vector_group(std::string_view text);
+
+// A fault within one phase winding.
+struct WindingFault {
+    Side side = Side::high;
+    int phase = 0;  // 0 to 2, as the phases of a test record
+};
+
+// Part of a winding bridged by a short circuit between turns.
+struct ShortedTurns : WindingFault {
+    double fraction = 0.01;    // of the winding's turns
+    double resistance = 10.0;  // ohms, of the loop that the shorted turns make
+};
+
+// The nameplate and the equivalent circuit, all of it per phase winding. Inductances and resistances of the core are
+// those seen from the high-side winding.
+struct TransformerData {
+    std::string name;
+    VectorGroup group;
+    std::array<double, 3> turns_ratio{50.0, 50.0, 50.0};       // of the winding pairs that a ratio test reports
+    std::array<double, 2> winding_resistance{0.7, 0.28e-3};    // ohms, high and low
+    std::array<double, 2> leakage_inductance{1.5e-3, 0.6e-6};  // henries, high and low
+    double core_loss_resistance = 480e3;                       // ohms
+    double magnetizing_inductance = 200.0;                     // henries, an outer limb below the knee
+    double knee_volts_per_hertz = 460.0;                       // rms, the magnetising current has doubled there
+    int saturation_exponent = 8;           // even: the magnetising current's power of flux is 1 + this
+    double centre_limb_reluctance = 0.7;   // of an outer limb with its yokes
+    double return_path_reluctance = 20.0;  // of an outer limb; 0: three single-phase cores
+
+    std::optional<ShortedTurns> shorted_turns;
+    std::optional<WindingFault> open_winding;
+    std::optional<WindingFault> reversed_winding;
+};
+
+// One coil on one limb. A negative number of turns is wound the other way round.
+struct Coil {
+    Side side;
+    int phase;
+    int from, to;  // nodes of the circuit
+    int limb;
+    double turns;  // the high side's phase winding has one
+    double resistance, inductance;
+    bool open = false;
+};
+
+// A terminal held at a voltage against the source's neutral.
+struct Source {
+    int terminal;
+    Complex voltage;
+};
+
+// What the circuit does under given sources, in the order of the terminals and of the sources.
+struct CircuitState {
+    std::array<Complex, terminal_count> voltage{};
+    std::vector<Complex> source_current;  // into the transformer
+    // The harmonics of each limb's magnetising current, rms, as a high-side winding would carry them.
+    std::array<double, 3> harmonic_ampere_turns{};
+};
+
+class Transformer {
+  public:
+    // Throws std::invalid_argument when the vector group cannot be wound.
+    explicit Transformer(const TransformerData& data);
+
+    const VectorGroup& group() const { return data_.group; }
+
+    // The steady state at `frequency` hertz.
+    CircuitState excite(const std::vector<Source>& sources, int frequency) const;
+
+  private:
+    void add_faults();
+    Eigen::Matrix3cd core_admittance(const std::array<double, 3>& limb_voltage, int frequency) const;
+
+    TransformerData data_;
+    int node_count_ = terminal_count;
+    std::vector<Coil> coils_;
+};
+
+}  // namespace simulator
