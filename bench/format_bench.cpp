@@ -141,7 +141,7 @@ void c_report(FILE* file, FILE* console, const QVL_Test_Record& record) {
 
 // ---- Measuring ----------------------------------------------------------------------------------------------------
 
-const SampleRecord sample = SampleAutoRecord();
+const SampleRecord sample = sample_auto_record();
 const QVL_Test_Record& record = sample.record;
 
 void Row(benchmark::State& state) {

@@ -10,7 +10,7 @@ constexpr double degrees(double angle) {
 
 }  // namespace
 
-QVL_TestData_Phase SamplePhase(int phase) {
+QVL_TestData_Phase sample_phase(int phase) {
     constexpr const char* names[] = {"A", "B", "C"};
     constexpr const char* hi_names[] = {"H1-H2", "H2-H3", "H3-H1"};
     constexpr const char* lo_names[] = {"X1-X0", "X2-X0", "X3-X0"};
@@ -56,7 +56,7 @@ QVL_TestData_Phase SamplePhase(int phase) {
     return data;
 }
 
-QVL_TestData_3ph SampleTest3ph() {
+QVL_TestData_3ph sample_test_3ph() {
     QVL_TestData_3ph test{};
     test.test_type = QVL_TestType_3ph_3_3;
     test.test_mode = QVL_TestMode_VR_Down;
@@ -66,9 +66,9 @@ QVL_TestData_3ph SampleTest3ph() {
     test.details = 1;
     test.nameplate_ratio = 50.0;
     test.tvr_multiplier = 1.5;
-    test.A = SamplePhase(0);
-    test.B = SamplePhase(1);
-    test.C = SamplePhase(2);
+    test.A = sample_phase(0);
+    test.B = sample_phase(1);
+    test.C = sample_phase(2);
     test.Zero_Seq_Hi = 0.11;
     test.Zero_Seq_Lo = 0.12;
     test.Zero_Phase_Hi = degrees(3.25);
@@ -89,13 +89,13 @@ QVL_TestData_3ph SampleTest3ph() {
     return test;
 }
 
-QVL_TestData_1ph SampleTest1ph() {
+QVL_TestData_1ph sample_test_1ph() {
     QVL_TestData_1ph test{};
     test.test_mode = QVL_TestMode_VR_Down;
     test.frequency = 80;
     test.voltage = 250.0;
     test.nameplate_ratio = 50.0;
-    test.phase = SamplePhase(0);
+    test.phase = sample_phase(0);
     return test;
 }
 
@@ -134,12 +134,12 @@ QVL_TestData_3ph& SampleRecord::keep(const QVL_TestData_3ph& half) {
     return m_kept_3ph.emplace_back(half);
 }
 
-SampleRecord SampleAutoRecord() {
+SampleRecord sample_auto_record() {
     SampleRecord sample(QVL_TestType_3ph_Auto, QVL_TestMode_VR_Auto);
-    QVL_TestData_3ph& down = sample.keep(SampleTest3ph());
-    QVL_TestData_3ph& up = sample.keep(SampleTest3ph());
+    QVL_TestData_3ph& down = sample.keep(sample_test_3ph());
+    QVL_TestData_3ph& up = sample.keep(sample_test_3ph());
     up.test_mode = QVL_TestMode_VR_Up;
-    QVL_TestData_3ph& test = sample.add(SampleTest3ph());
+    QVL_TestData_3ph& test = sample.add(sample_test_3ph());
     test.test_type = QVL_TestType_3ph_Auto;
     test.up = &up;
     test.down = &down;

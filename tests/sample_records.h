@@ -7,13 +7,13 @@
 #include <vector>
 
 // Phase 0, 1, 2: A, B, C.
-QVL_TestData_Phase SamplePhase(int phase);
+QVL_TestData_Phase sample_phase(int phase);
 
 // All phases measured stepping down at 250 V and 80 Hz, details and errors against a nameplate ratio of 50 shown.
-QVL_TestData_3ph SampleTest3ph();
+QVL_TestData_3ph sample_test_3ph();
 
 // Phase A's measurement under the same conditions.
-QVL_TestData_1ph SampleTest1ph();
+QVL_TestData_1ph sample_test_1ph();
 
 // A record with everything that it points to.
 class SampleRecord {
@@ -38,4 +38,4 @@ class SampleRecord {
 };
 
 // An automatic three-phase record: one test with a listing of its own and an UP and a DOWN half.
-SampleRecord SampleAutoRecord();
+SampleRecord sample_auto_record();
