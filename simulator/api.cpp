@@ -40,13 +40,18 @@ QVL_ResultCode guarded(Work work) noexcept {
     }
 }
 
+Device& running() {
+    if (!running_device) throw Failure(code::not_initialized);
+    return *running_device;
+}
+
 // Runs an operation of the device, unless the device has a fault for this call of it.
 template <class Work>
 QVL_ResultCode on_device(const char* operation, Work work) noexcept {
     return guarded([&] {
-        if (!running_device) throw Failure(code::not_initialized);
-        running_device->count_call(operation);
-        work(*running_device);
+        Device& device = running();
+        device.count_call(operation);
+        work(device);
     });
 }
 
@@ -93,6 +98,7 @@ QVL_ResultCode QVL_Lib_InitializeTestStation(const char* serial_port, QVL_Status
 
 QVL_ResultCode QVL_Lib_Shutdown() {
     return on_device("QVL_Lib_Shutdown", [](Device& device) {
+        if (operation_in_progress()) throw Failure(code::device_busy);
         running_device = nullptr;
         delete &device;
     });
@@ -110,12 +116,11 @@ QVL_ResultCode QVL_CheckConnection() {
 
 QVL_ResultCode QVL_GetStatus(QVL_Status* status) {
     return guarded([&] {
-        if (running_device) running_device->refresh();
-        const QVL_ResultCode code = on_device("QVL_GetStatus", [&](Device& device) {
-            require(status);
-            *status = device.status();
-        });
-        if (code != QVL_Success) throw Failure(code);
+        Device& device = running();
+        device.refresh();  // before its fault, so that a fault can be taken back
+        device.count_call("QVL_GetStatus");
+        require(status);
+        *status = device.status();
     });
 }
 

@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <fstream>
 #include <iterator>
-#include <sstream>
 
 namespace simulator {
 namespace {
@@ -54,21 +53,12 @@ void read_channel(TableReader& table, ChannelData& channel) {
 }
 
 void read_winding_fault(TableReader& table, WindingFault& fault) {
-    const auto one_of = [&table](const char* key, std::initializer_list<std::string_view> words, const char* what,
-                                 auto take) {
-        if (!table.has(key)) table.refuse(key, "is missing");
-        table.read(
-            key,
-            [&](std::string_view word) {
-                const auto found = std::ranges::find(words, word);
-                if (found == words.end()) return false;
-                take(static_cast<int>(found - words.begin()));
-                return true;
-            },
-            what);
-    };
-    one_of("phase", {"A", "B", "C"}, "\"A\", \"B\" or \"C\"", [&](int index) { fault.phase = index; });
-    one_of("side", {"high", "low"}, "\"high\" or \"low\"", [&](int index) { fault.side = Side{index}; });
+    int side = static_cast<int>(fault.side);
+    table.require("side");
+    table.require("phase");
+    table.read_choice("side", side, {"high", "low"});
+    table.read_choice("phase", fault.phase, {"A", "B", "C"});
+    fault.side = Side{side};
 }
 
 void read_transformer(TableReader& table, TransformerData& transformer) {
@@ -112,8 +102,8 @@ void read_transformer(TableReader& table, TransformerData& transformer) {
 
 InstrumentFault read_fault(TableReader& table) {
     InstrumentFault fault;
-    for (const char* required : {"operation", "code"})
-        if (!table.has(required)) table.refuse(required, "is missing");
+    table.require("operation");
+    table.require("code");
     table.read("operation", fault.operation, 64);
     if (std::ranges::find(operation_names, fault.operation) == std::end(operation_names)) {
         std::string reason = "names no operation of the device API";
@@ -161,9 +151,9 @@ Description parse_description(std::string_view text, const std::string& file) {
 
 Description read_description(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
-    std::ostringstream text;
-    if (!file || !(text << file.rdbuf())) throw DescriptionError(path + ": the file cannot be read");
-    return parse_description(text.str(), path);
+    const std::string text(std::istreambuf_iterator<char>(file), {});
+    if (!file.is_open() || file.bad()) throw DescriptionError(path + ": the file cannot be read");
+    return parse_description(text, path);
 }
 
 }  // namespace simulator

@@ -43,6 +43,11 @@ std::optional<std::filesystem::file_time_type> time_of(const std::string& file) 
     return error ? std::nullopt : std::optional(time);
 }
 
+void report(const DescriptionError& error, const char* consequence) {
+    const std::string_view what = error.what();
+    std::cerr << what << (what.ends_with('?') ? " " : ". ") << consequence << '\n';
+}
+
 Description described(const Environment& environment) {
     if (environment.instrument.empty()) return parse_description(built_in_description(), "dyn11.toml");
     return read_description(environment.instrument);
@@ -74,7 +79,7 @@ Device::Device(Environment environment, bool debug)
     try {
         use(described(environment_));
     } catch (const DescriptionError& error) {
-        std::cerr << error.what() << ". The simulated instrument does not start.\n";
+        report(error, "The simulated instrument does not start.");
         throw Failure(code::bad_description, error.what());
     }
     noise_ = Noise(description_.seed);
@@ -105,7 +110,7 @@ void Device::refresh() {
     try {
         use(described(environment_));
     } catch (const DescriptionError& error) {
-        std::cerr << error.what() << ". The description read before stays in use.\n";
+        report(error, "The description read before stays in use.");
     }
 }
 
@@ -150,11 +155,15 @@ QVL_Settings Device::settings() {
 
 void Device::set_settings(const QVL_Settings& settings) {
     if (!acceptable(settings)) throw Failure(code::bad_settings);
-    for (const NamedSetting& setting : named_settings) store().set_setting(setting.name, settings.*setting.value);
+    std::vector<Setting> values;
+    for (const NamedSetting& setting : named_settings) values.push_back({setting.name, settings.*setting.value});
+    store().set_settings(values);
 }
 
 void Device::set_debug(bool enabled) {
-    store().set_setting(debug_setting, enabled ? 1 : 0);
+    store().set_settings({
+        {debug_setting, enabled ? 1 : 0}
+    });
     debug_ = enabled;
 }
 

@@ -24,9 +24,8 @@ constinit std::atomic<std::uint32_t> current{idle};
 
 Operation::Operation(Seconds duration, int steps, const QVL_ProgressCallback* progress)
     : duration_(duration), steps_(steps), progress_(progress), start_(Clock::now()) {
-    const std::uint32_t before = current.load();
-    if ((before & state_mask) != idle) throw Failure(code::device_busy);
-    current.store(before + operation_number + running);
+    if (operation_in_progress()) throw Failure(code::device_busy);
+    current.store(current.load() + operation_number + running);
 }
 
 Operation::~Operation() {
@@ -54,6 +53,10 @@ void Operation::wait_for_step(int step) const {
         if (left <= Seconds::zero()) return;
         std::this_thread::sleep_for(std::min(left, slice));
     }
+}
+
+bool operation_in_progress() noexcept {
+    return (current.load() & state_mask) != idle;
 }
 
 void cancel_operation() noexcept {

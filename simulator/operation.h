@@ -33,6 +33,8 @@ class Operation {
     std::chrono::steady_clock::time_point start_;
 };
 
+bool operation_in_progress() noexcept;
+
 // Asks the operation in progress to end. Without one it does nothing, and nothing is left for the next one.
 // Safe from any thread at any time: it takes no lock and touches one atomic word.
 void cancel_operation() noexcept;

@@ -39,17 +39,6 @@ inline constexpr QVL_ResultCode wrong_record_type{36};
 inline constexpr QVL_ResultCode bad_settings{40};
 }  // namespace code
 
-// Thrown where an operation cannot go on. The entry points turn it into its code.
-class Failure : public std::runtime_error {
-  public:
-    // `detail` tells more than the code's own description does; it goes into the device log.
-    explicit Failure(QVL_ResultCode code, const std::string& detail = {}) : std::runtime_error(detail), code_(code) {}
-    QVL_ResultCode code() const { return code_; }
-
-  private:
-    QVL_ResultCode code_;
-};
-
 // The name of a code; codes that the instrument does not have share one name.
 const char* name_of(QVL_ResultCode code);
 
@@ -57,5 +46,17 @@ const char* name_of(QVL_ResultCode code);
 const char* description_of(QVL_ResultCode code);
 
 std::optional<QVL_ResultCode> code_named(std::string_view name);
+
+// Thrown where an operation cannot go on. The entry points turn it into its code.
+class Failure : public std::runtime_error {
+  public:
+    // `detail` tells more than the code's own description does; it goes into the device log.
+    explicit Failure(QVL_ResultCode code) : Failure(code, name_of(code)) {}
+    Failure(QVL_ResultCode code, const std::string& detail) : std::runtime_error(detail), code_(code) {}
+    QVL_ResultCode code() const { return code_; }
+
+  private:
+    QVL_ResultCode code_;
+};
 
 }  // namespace simulator

@@ -269,12 +269,14 @@ std::optional<std::int64_t> Store::setting(std::string_view name) {
     return query.integer(0);
 }
 
-void Store::set_setting(std::string_view name, std::int64_t value) {
-    Statement(database_, "INSERT INTO setting (name, value) VALUES (?, ?)"
-                         " ON CONFLICT (name) DO UPDATE SET value = excluded.value")
-        .bind(name)
-        .bind(value)
-        .run();
+void Store::set_settings(const std::vector<Setting>& settings) {
+    Transaction transaction(database_);
+    for (const Setting& setting : settings)
+        Statement(database_, "INSERT OR REPLACE INTO setting (name, value) VALUES (?, ?)")
+            .bind(setting.name)
+            .bind(setting.value)
+            .run();
+    transaction.commit();
 }
 
 }  // namespace simulator

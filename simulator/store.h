@@ -9,8 +9,14 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace simulator {
+
+struct Setting {
+    std::string_view name;
+    std::int64_t value;
+};
 
 class Store {
   public:
@@ -28,7 +34,7 @@ class Store {
 
     // Settings by name.
     std::optional<std::int64_t> setting(std::string_view name);
-    void set_setting(std::string_view name, std::int64_t value);
+    void set_settings(const std::vector<Setting>& settings);
 
   private:
     void insert_test(const std::string& test_id, const QVL_Test_Record& record);

@@ -166,6 +166,18 @@ void TableReader::read(const char* key, const std::function<bool(std::string_vie
         refuse(key, std::string("must be ") + what);
 }
 
+void TableReader::read_choice(const char* key, int& index, std::initializer_list<std::string_view> words) {
+    std::string what;
+    for (const std::string_view word : words) what.append(what.empty() ? "\"" : ", \"").append(word).append("\"");
+    const auto accept = [&](std::string_view word) {
+        const auto* found = std::ranges::find(words, word);
+        if (found == words.end()) return false;
+        index = static_cast<int>(found - words.begin());
+        return true;
+    };
+    read(key, accept, ("one of " + what).c_str());
+}
+
 void TableReader::table(const char* key, const std::function<void(TableReader&)>& read_table) {
     const toml::node* node = find(key);
     if (!node) return;
@@ -184,6 +196,10 @@ void TableReader::tables(const char* key, const std::function<void(TableReader&)
         read_table(reader);
         reader.finish();
     }
+}
+
+void TableReader::require(const char* key) const {
+    if (!table_.contains(key)) refuse(key, "is missing");
 }
 
 void TableReader::finish() const {

@@ -40,6 +40,9 @@ class TableReader {
     void read_range(const char* key, double& low, double& high, Range allowed);
     void read_range(const char* key, int& low, int& high, Range allowed);
 
+    // Which of the words it is.
+    void read_choice(const char* key, int& index, std::initializer_list<std::string_view> words);
+
     // Handed a text that `accept` understands; `what` tells what would be right.
     void read(const char* key, const std::function<bool(std::string_view)>& accept, const char* what);
 
@@ -49,7 +52,8 @@ class TableReader {
     // The same for each table of an array of tables.
     void tables(const char* key, const std::function<void(TableReader&)>& read_table);
 
-    bool has(const char* key) const { return table_.contains(key); }
+    // Refuses the table when the key is absent.
+    void require(const char* key) const;
 
     // Refuses the keys that nobody asked for.
     void finish() const;

@@ -137,10 +137,10 @@ std::array<double, 3> low_side_turns(const TransformerData& data, const Windings
     return turns;
 }
 
-// The mean of sin^2m over a period.
-double mean_of_sine_power(int twice_m) {
+// The mean of an even power of the sine over a period.
+double mean_of_sine_power(int power) {
     double mean = 1.0;
-    for (int i = 1; i < twice_m; i += 2) mean *= static_cast<double>(i) / (i + 1);
+    for (int i = 1; i < power; i += 2) mean *= static_cast<double>(i) / (i + 1);
     return mean;
 }
 
@@ -174,6 +174,68 @@ Coil split_off(Coil& coil, const ShortedTurns& shorted) {
 
 double relative_reluctance(std::size_t limb, const TransformerData& data) {
     return limb == 1 ? data.centre_limb_reluctance : 1.0;
+}
+
+// The unknowns of the circuit in their order: node voltages, coil currents, limb voltages, source currents.
+// Each equation stands in the row of the unknown that it is about.
+struct Unknowns {
+    Unknowns(int node_count, std::size_t coil_count, std::size_t source_count)
+        : nodes(node_count), coils(static_cast<Eigen::Index>(coil_count)), sources(source_count),
+          count(nodes + coils + 3 + static_cast<Eigen::Index>(source_count)) {}
+
+    Eigen::Index coil(std::size_t i) const { return nodes + static_cast<Eigen::Index>(i); }
+    Eigen::Index limb(int i) const { return nodes + coils + i; }
+    Eigen::Index source(std::size_t i) const { return nodes + coils + 3 + static_cast<Eigen::Index>(i); }
+
+    Eigen::Index nodes, coils;
+    std::size_t sources;
+    Eigen::Index count;
+};
+
+// The ampere-turns of the limbs, out of their voltages.
+Eigen::Matrix3cd core_admittance(const TransformerData& data, const std::array<double, 3>& limb_voltage,
+                                 int frequency) {
+    // The limbs end in two yokes. What flux the limbs do not return among themselves returns outside of the core.
+    Eigen::Matrix3d reluctance = Eigen::Matrix3d::Constant(data.return_path_reluctance);
+    for (std::size_t limb = 0; limb < 3; ++limb)
+        reluctance(static_cast<Eigen::Index>(limb), static_cast<Eigen::Index>(limb)) +=
+            relative_reluctance(limb, data) * saturation_at(limb_voltage[limb] / frequency, data).fundamental;
+    const Complex reactance(0.0, 2.0 * pi * frequency * data.magnetizing_inductance);
+    return reluctance.cast<Complex>() / reactance +
+           Eigen::Matrix3cd(Eigen::Vector3cd::Constant(1.0 / data.core_loss_resistance).asDiagonal());
+}
+
+// Its current leaves one node for another and magnetises the limb; its voltage is that of the limb and its own drop.
+void add_coil(const Coil& coil, Eigen::Index row, const Unknowns& unknowns, int frequency, Eigen::MatrixXcd& system) {
+    system(coil.from, row) += 1.0;
+    system(coil.to, row) -= 1.0;
+    system(unknowns.limb(coil.limb), row) = coil.turns;
+    if (coil.open) {
+        system(row, row) = 1.0;
+        return;
+    }
+    system(row, coil.from) += 1.0;
+    system(row, coil.to) -= 1.0;
+    system(row, unknowns.limb(coil.limb)) = -coil.turns;
+    system(row, row) = -Complex(coil.resistance, 2.0 * pi * frequency * coil.inductance);
+}
+
+void add_source(const Source& source, Eigen::Index row, Eigen::MatrixXcd& system, Eigen::VectorXcd& known) {
+    system(source.terminal, row) = -1.0;
+    system(row, source.terminal) = 1.0;
+    known(row) = source.voltage;
+}
+
+CircuitState state_of(const TransformerData& data, const Eigen::VectorXcd& solution, const Unknowns& unknowns,
+                      const std::array<double, 3>& limb_voltage, int frequency) {
+    const double reactance = 2.0 * pi * frequency * data.magnetizing_inductance;
+    CircuitState state;
+    for (std::size_t i = 0; i < state.voltage.size(); ++i) state.voltage[i] = solution(static_cast<Eigen::Index>(i));
+    for (std::size_t i = 0; i < unknowns.sources; ++i) state.source_current.push_back(solution(unknowns.source(i)));
+    for (std::size_t limb = 0; limb < limb_voltage.size(); ++limb)
+        state.harmonic_ampere_turns[limb] = limb_voltage[limb] / reactance * relative_reluctance(limb, data) *
+                                            saturation_at(limb_voltage[limb] / frequency, data).harmonics;
+    return state;
 }
 
 }  // namespace
@@ -225,69 +287,31 @@ void Transformer::add_faults() {
     }
 }
 
-Eigen::Matrix3cd Transformer::core_admittance(const std::array<double, 3>& limb_voltage, int frequency) const {
-    // The limbs end in two yokes. What flux the limbs do not return among themselves returns outside of the core.
-    Eigen::Matrix3d reluctance = Eigen::Matrix3d::Constant(data_.return_path_reluctance);
-    for (std::size_t limb = 0; limb < 3; ++limb)
-        reluctance(static_cast<Eigen::Index>(limb), static_cast<Eigen::Index>(limb)) +=
-            relative_reluctance(limb, data_) * saturation_at(limb_voltage[limb] / frequency, data_).fundamental;
-    const Complex reactance(0.0, 2.0 * pi * frequency * data_.magnetizing_inductance);
-    return reluctance.cast<Complex>() / reactance +
-           Eigen::Matrix3cd(Eigen::Vector3cd::Constant(1.0 / data_.core_loss_resistance).asDiagonal());
-}
-
 CircuitState Transformer::excite(const std::vector<Source>& sources, int frequency) const {
-    // Unknowns: node voltages, coil currents, limb voltages, source currents, in this order.
-    const auto nodes = static_cast<Eigen::Index>(node_count_), coils = static_cast<Eigen::Index>(coils_.size());
-    const auto first_coil = nodes, first_limb = nodes + coils, first_source = first_limb + 3;
-    const auto size = first_source + static_cast<Eigen::Index>(sources.size());
+    const Unknowns unknowns(node_count_, coils_.size(), sources.size());
+    Eigen::MatrixXcd system = Eigen::MatrixXcd::Zero(unknowns.count, unknowns.count);
+    Eigen::VectorXcd known = Eigen::VectorXcd::Zero(unknowns.count);
+    system.topLeftCorner(node_count_, node_count_).diagonal().setConstant(insulation_siemens);
+    for (std::size_t i = 0; i < coils_.size(); ++i) add_coil(coils_[i], unknowns.coil(i), unknowns, frequency, system);
+    for (std::size_t i = 0; i < sources.size(); ++i) add_source(sources[i], unknowns.source(i), system, known);
 
-    Eigen::MatrixXcd system = Eigen::MatrixXcd::Zero(size, size);
-    Eigen::VectorXcd known = Eigen::VectorXcd::Zero(size);
-    system.topLeftCorner(nodes, nodes).diagonal().setConstant(insulation_siemens);
-    for (Eigen::Index i = 0; i < coils; ++i) {
-        const Coil& coil = coils_[static_cast<std::size_t>(i)];
-        const Eigen::Index row = first_coil + i;
-        system(coil.from, row) += 1.0;  // currents into the coil leave the node
-        system(coil.to, row) -= 1.0;
-        system(first_limb + coil.limb, row) += coil.turns;
-        system(row, row) = coil.open ? Complex(1.0) : -Complex(coil.resistance, 2.0 * pi * frequency * coil.inductance);
-        if (coil.open) continue;
-        system(row, coil.from) += 1.0;
-        system(row, coil.to) -= 1.0;
-        system(row, first_limb + coil.limb) = -coil.turns;
-    }
-    for (std::size_t i = 0; i < sources.size(); ++i) {
-        const Eigen::Index row = first_source + static_cast<Eigen::Index>(i);
-        system(sources[i].terminal, row) = -1.0;
-        system(row, sources[i].terminal) = 1.0;
-        known(row) = sources[i].voltage;
-    }
-
+    // The core's reluctance depends on the flux that it is to carry: solved again until both agree.
+    constexpr int most_iterations = 50;
+    constexpr double agreed = 1e-12;
     Eigen::VectorXcd solution;
     std::array<double, 3> limb_voltage{};
-    constexpr int most_iterations = 50;
-    for (int iteration = 0; iteration < most_iterations; ++iteration) {
-        system.block(first_limb, first_limb, 3, 3) = -core_admittance(limb_voltage, frequency);
+    double change = 1.0;
+    for (int iteration = 0; iteration < most_iterations && change > agreed; ++iteration) {
+        system.block<3, 3>(unknowns.limb(0), unknowns.limb(0)) = -core_admittance(data_, limb_voltage, frequency);
         solution = system.partialPivLu().solve(known);
-        double change = 0.0;
-        for (std::size_t limb = 0; limb < 3; ++limb) {
-            const double next = std::abs(solution(first_limb + static_cast<Eigen::Index>(limb)));
-            change = std::max(change, std::abs(next - limb_voltage[limb]) / (next + 1e-30));
+        change = 0.0;
+        for (std::size_t limb = 0; limb < limb_voltage.size(); ++limb) {
+            const double next = std::abs(solution(unknowns.limb(static_cast<int>(limb))));
+            change = std::max(change, std::abs(next - limb_voltage[limb]) / std::max(next, 1e-30));
             limb_voltage[limb] = iteration < 2 ? next : (next + limb_voltage[limb]) / 2.0;
         }
-        if (change < 1e-12) break;
     }
-
-    CircuitState state;
-    for (std::size_t i = 0; i < state.voltage.size(); ++i) state.voltage[i] = solution(static_cast<Eigen::Index>(i));
-    for (std::size_t i = 0; i < sources.size(); ++i)
-        state.source_current.push_back(solution(first_source + static_cast<Eigen::Index>(i)));
-    for (std::size_t limb = 0; limb < 3; ++limb)
-        state.harmonic_ampere_turns[limb] = limb_voltage[limb] * relative_reluctance(limb, data_) /
-                                            (2.0 * pi * frequency * data_.magnetizing_inductance) *
-                                            saturation_at(limb_voltage[limb] / frequency, data_).harmonics;
-    return state;
+    return state_of(data_, solution, unknowns, limb_voltage, frequency);
 }
 
 }  // namespace simulator

@@ -54,7 +54,7 @@ struct WindingFault {
 // Part of a winding bridged by a short circuit between turns.
 struct ShortedTurns : WindingFault {
     double fraction = 0.01;    // of the winding's turns
-    double resistance = 10.0;  // ohms, of the loop that the shorted turns make
+    double resistance = 1.0;   // ohms, of the loop that the shorted turns make
 };
 
 // The nameplate and the equivalent circuit, all of it per phase winding. Inductances and resistances of the core are
@@ -62,12 +62,12 @@ struct ShortedTurns : WindingFault {
 struct TransformerData {
     std::string name;
     VectorGroup group;
-    std::array<double, 3> turns_ratio{50.0, 50.0, 50.0};       // of the winding pairs that a ratio test reports
-    std::array<double, 2> winding_resistance{0.7, 0.28e-3};    // ohms, high and low
-    std::array<double, 2> leakage_inductance{1.5e-3, 0.6e-6};  // henries, high and low
-    double core_loss_resistance = 480e3;                       // ohms
-    double magnetizing_inductance = 200.0;                     // henries, an outer limb below the knee
-    double knee_volts_per_hertz = 460.0;                       // rms, the magnetising current has doubled there
+    std::array<double, 3> turns_ratio{50.0, 50.0, 50.0};        // of the winding pairs that a ratio test reports
+    std::array<double, 2> winding_resistance{0.25, 0.1e-3};     // ohms, high and low
+    std::array<double, 2> leakage_inductance{0.2e-3, 0.08e-6};  // henries, high and low
+    double core_loss_resistance = 480e3;                        // ohms
+    double magnetizing_inductance = 200.0;                      // henries, an outer limb below the knee
+    double knee_volts_per_hertz = 460.0;                        // rms, the magnetising current has doubled there
     int saturation_exponent = 8;           // even: the magnetising current's power of flux is 1 + this
     double centre_limb_reluctance = 0.7;   // of an outer limb with its yokes
     double return_path_reluctance = 20.0;  // of an outer limb; 0: three single-phase cores
@@ -114,7 +114,6 @@ class Transformer {
 
   private:
     void add_faults();
-    Eigen::Matrix3cd core_admittance(const std::array<double, 3>& limb_voltage, int frequency) const;
 
     TransformerData data_;
     int node_count_ = terminal_count;

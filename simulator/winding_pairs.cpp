@@ -22,12 +22,13 @@ constexpr int lead_of(int step) {
     return step == phase_to_star ? 0 : step == 1 ? 1 : -1;
 }
 
-// How well a winding lends itself to be measured from its terminals to its star point.
+// How well a winding lends itself to be measured from its terminals to its star point. A zigzag winding comes first:
+// flux that all limbs carry alike shows neither in its phase voltages nor in the line voltages of its partner.
 int star_preference(QVL_WindingType winding) {
     switch (winding) {
-    case QVL_Winding_Yn:
-    case QVL_Winding_Zn: return winding == QVL_Winding_Zn ? 4 : 3;
-    case QVL_Winding_Z: return 2;
+    case QVL_Winding_Zn: return 4;
+    case QVL_Winding_Z: return 3;
+    case QVL_Winding_Yn: return 2;
     case QVL_Winding_Y: return 1;
     default: return 0;
     }

@@ -1,0 +1,428 @@
+// The simulated instrument as the console tester meets it: through the device API.
+#include "api/qvl_api.h"
+#include "simulator/columns.h"
+#include "simulator/result_codes.h"
+#include "simulator/store.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <chrono>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace simulator {
+namespace {
+
+using testing::ElementsAre;
+
+void append_columns(std::string& text, const void* record, std::span<const Column> columns) {
+    for (const Column& column : columns) {
+        const auto* field = static_cast<const char*>(record) + column.offset;
+        text.append(column.name).push_back('=');
+        if (column.type == ColumnType::text) {
+            const char* characters = nullptr;
+            std::memcpy(&characters, field, sizeof characters);
+            text.append(characters ? characters : "(none)");
+        } else if (column.type == ColumnType::label_text) {
+            text.append(field);
+        } else {
+            for (std::size_t i = 0; i < (column.type == ColumnType::real   ? 8u
+                                         : column.type == ColumnType::byte ? 1u
+                                                                           : 4u);
+                 ++i)
+                text.append(std::to_string(static_cast<unsigned char>(field[i]))).push_back(' ');
+        }
+        text.push_back('\n');
+    }
+}
+
+std::string bytes_of(const QVL_TestData_3ph& data) {
+    std::string text;
+    append_columns(text, &data, data_3ph_columns());
+    for (const auto* phase : {&data.A, &data.B, &data.C}) append_columns(text, phase, phase_columns());
+    if (data.up) text += "UP\n" + bytes_of(*data.up);
+    if (data.down) text += "DOWN\n" + bytes_of(*data.down);
+    return text;
+}
+
+// Every stored field of a record, doubles to the bit.
+std::string bytes_of(const QVL_Test_Record& record) {
+    std::string text = record.label.test_id;
+    append_columns(text, &record.label, label_columns());
+    for (std::uint32_t i = 0; i < record.test_count; ++i) text += bytes_of(*record.data_3ph[i]);
+    return text + record.raw_data;
+}
+
+struct GiveBack {
+    void operator()(const QVL_Test_Record* record) const { EXPECT_EQ(QVL_FreeTestRecord(record), QVL_Success); }
+};
+using Record = std::unique_ptr<const QVL_Test_Record, GiveBack>;
+
+class DeviceApi : public testing::Test {
+  protected:
+    DeviceApi() {
+        std::string pattern = (std::filesystem::temp_directory_path() / "simulator-XXXXXX").string();
+        folder_ = mkdtemp(pattern.data());
+        setenv("ZERKO_SIM_STATE", (folder_ / "state").c_str(), 1);
+        setenv("ZERKO_SIM_INSTRUMENT", (folder_ / "instrument.toml").c_str(), 1);
+        setenv("ZERKO_SIM_TIME_SCALE", "0", 1);
+        describe("");
+    }
+
+    ~DeviceApi() override {
+        QVL_Lib_Shutdown();
+        std::filesystem::remove_all(folder_);
+    }
+
+    void describe(const std::string& text) {
+        const auto file = folder_ / "instrument.toml";
+        std::ofstream(file) << text;
+        // A new time even on a file system with coarse ones.
+        std::filesystem::last_write_time(file, std::filesystem::file_time_type() + std::chrono::seconds(++changes_));
+    }
+
+    QVL_ResultCode start() { return QVL_Lib_Initialize(nullptr, nullptr, QVL_Lib_Mode_Console, false); }
+
+    void restart() {
+        ASSERT_EQ(QVL_Lib_Shutdown(), QVL_Success);
+        ASSERT_EQ(start(), QVL_Success);
+    }
+
+    QVL_ResultCode test(const char* id, QVL_DBAction action, Record* result = nullptr) {
+        QVL_Test_Record* record = nullptr;
+        const QVL_ResultCode code = QVL_Test_3ph(id, &parameters_, "{}", action, progress_, &record);
+        Record owned(record);
+        EXPECT_EQ(owned != nullptr, code == QVL_Success);
+        if (result) *result = std::move(owned);
+        return code;
+    }
+
+    QVL_ResultCode tested(const std::string& description, const char* id = "T",
+                          QVL_DBAction action = QVL_DB_NewRecord) {
+        describe(description);
+        QVL_Status status;
+        QVL_GetStatus(&status);
+        return test(id, action);
+    }
+
+    bool stored(const char* id) {
+        bool exists = false;
+        EXPECT_EQ(QVL_CheckRecordExists(id, exists), QVL_Success);
+        return exists;
+    }
+
+    QVL_Parameters_3ph parameters() const {
+        QVL_Parameters_3ph parameters;
+        parameters.winding_lo = QVL_Winding_Yn;
+        parameters.phasing = QVL_Phasing_Unknown;
+        parameters.voltage = 47.0;
+        parameters.nameplate_ratio = 50.2;
+        parameters.magnetic_balance = true;
+        parameters.raw_data = true;
+        return parameters;
+    }
+
+    std::filesystem::path folder_;
+    int changes_ = 0;
+    QVL_Parameters_3ph parameters_ = parameters();
+    const QVL_ProgressCallback* progress_ = nullptr;
+};
+
+TEST_F(DeviceApi, NothingWorksBeforeTheStartAndCancellingDoesNoHarm) {
+    QVL_Status status;
+    EXPECT_EQ(QVL_CancelOperation(), QVL_Success);
+    EXPECT_EQ(QVL_GetStatus(&status), code::not_initialized);
+    EXPECT_EQ(test("T", QVL_DB_NewRecord), code::not_initialized);
+    EXPECT_EQ(QVL_Lib_Shutdown(), code::not_initialized);
+    EXPECT_EQ(QVL_Lib_InitializeTestStation("/no/such/port", nullptr, nullptr, QVL_Lib_Mode_Console, false),
+              code::serial_port_not_found);
+    ASSERT_EQ(QVL_Lib_InitializeTestStation("/dev/null", nullptr, nullptr, QVL_Lib_Mode_Console, false), QVL_Success);
+    EXPECT_EQ(start(), code::already_initialized);
+    EXPECT_EQ(QVL_CancelOperation(), QVL_Success);
+    EXPECT_EQ(test("T", QVL_DB_NewRecord), QVL_Success);
+}
+
+TEST_F(DeviceApi, AnAutomaticTestReportsBothDirections) {
+    ASSERT_EQ(start(), QVL_Success);
+    parameters_.phasing = 5;
+    Record record;
+    ASSERT_EQ(test("T", QVL_DB_NewRecord, &record), QVL_Success);
+    EXPECT_STREQ(record->label.test_id, "T");
+    EXPECT_EQ(record->label.test_number, 1u);
+    EXPECT_EQ(record->label.phasing, 11);
+    EXPECT_STREQ(record->label.label_text, "");
+    ASSERT_EQ(record->test_count, 1u);
+    const QVL_TestData_3ph& data = *record->data_3ph[0];
+    EXPECT_EQ(data.test_type, QVL_TestType_3ph_Auto);
+    EXPECT_EQ(data.test_mode, QVL_TestMode_VR_Down);
+    EXPECT_EQ(data.measured_phase, 100);
+    ASSERT_TRUE(data.up && data.down);
+    EXPECT_EQ(data.up->test_mode, QVL_TestMode_VR_Up);
+    EXPECT_EQ(data.up->voltage, 12.0);
+    EXPECT_EQ(data.down->voltage, 47.0);
+    EXPECT_EQ(data.A.Ratio, data.down->A.Ratio);
+    EXPECT_NEAR(data.up->A.Ratio, 50.0, 0.005);
+    EXPECT_NEAR(data.A.Ratio_Error, (data.A.Ratio / 50.2 - 1.0) * 100.0, 1e-9);
+    EXPECT_NEAR(data.A.phase_deviation_from_phasing, 0.0, 1e-3);
+    EXPECT_NEAR(std::abs(data.A.phase_deviation_from_user_phasing), 3.14159, 1e-3);
+    EXPECT_THAT(record->raw_data, testing::StartsWith("RAW;UP;12.00;60;\nTime s;High A;"));
+}
+
+TEST_F(DeviceApi, OneSeedGivesOneSequenceOfRecords) {
+    const auto series = [&](const char* description) {
+        std::filesystem::remove_all(folder_ / "state");
+        describe(description);
+        EXPECT_EQ(start(), QVL_Success);
+        std::string bytes;
+        for (const char* id : {"T1", "T2"}) {
+            Record record;
+            EXPECT_EQ(test(id, QVL_DB_NewRecord, &record), QVL_Success);
+            bytes += bytes_of(*record);
+        }
+        EXPECT_EQ(QVL_Lib_Shutdown(), QVL_Success);
+        return bytes;
+    };
+    const std::string first = series("seed = 5");
+    EXPECT_EQ(series("seed = 5"), first);
+    EXPECT_NE(series("seed = 6"), first);
+}
+
+TEST_F(DeviceApi, RecordsAreStoredAppendedToOrNotStoredAndReadBackToTheBit) {
+    ASSERT_EQ(start(), QVL_Success);
+    Record first, second, third;
+    ASSERT_EQ(test("T", QVL_DB_NewRecord, &first), QVL_Success);
+    EXPECT_EQ(test("T", QVL_DB_NewRecord), code::record_exists);
+    EXPECT_EQ(test("no such", QVL_DB_Append), code::no_such_record);
+    EXPECT_EQ(test(nullptr, QVL_DB_Append), code::bad_parameter);
+    EXPECT_EQ(test("unstored", QVL_DB_DoNotStore), QVL_Success);
+    EXPECT_FALSE(stored("unstored"));
+    restart();
+    EXPECT_TRUE(stored("T"));
+    EXPECT_EQ(bytes_of(*Store((folder_ / "state").string()).read("T")->record()), bytes_of(*first));
+
+    parameters_.nameplate_ratio = 49.0;
+    ASSERT_EQ(test("T", QVL_DB_Append, &second), QVL_Success);
+    ASSERT_EQ(test(nullptr, QVL_DB_NewRecord, &third), QVL_Success);
+    EXPECT_EQ(second->test_count, 1u);
+    EXPECT_EQ(third->label.test_number, 2u);
+    EXPECT_STRNE(third->label.test_id, "");
+    EXPECT_TRUE(stored(third->label.test_id));
+    Record fourth;
+    ASSERT_EQ(test(nullptr, QVL_DB_NewRecord, &fourth), QVL_Success);
+    EXPECT_STRNE(third->label.test_id, fourth->label.test_id);
+
+    const auto both = Store((folder_ / "state").string()).read("T");
+    ASSERT_EQ(both->record()->test_count, 2u);
+    EXPECT_EQ(bytes_of(*both->record()->data_3ph[0]), bytes_of(*first->data_3ph[0]));
+    EXPECT_EQ(bytes_of(*both->record()->data_3ph[1]), bytes_of(*second->data_3ph[0]));
+    EXPECT_EQ(both->record()->raw_data, std::string(first->raw_data) + second->raw_data);
+    EXPECT_EQ(both->label().max_ratio_error, second->label.max_ratio_error);
+    EXPECT_EQ(QVL_FreeTestRecord(both->record()), code::bad_parameter);
+}
+
+TEST_F(DeviceApi, TwoProcessesStoreIntoOneStateFolder) {
+    constexpr int each = 15;
+    const auto run = [&](const std::string& name) {
+        if (start() != QVL_Success) return 1;
+        for (int i = 0; i < each; ++i)
+            if (test((name + std::to_string(i)).c_str(), QVL_DB_NewRecord) != QVL_Success) return 2;
+        return 0;
+    };
+    const pid_t other = fork();
+    if (other == 0) _exit(run("child"));
+    EXPECT_EQ(run("parent"), 0);
+    int status = 0;
+    ASSERT_EQ(waitpid(other, &status, 0), other);
+    EXPECT_EQ(status, 0);
+    Store store((folder_ / "state").string());
+    for (int i = 0; i < each; ++i) {
+        EXPECT_EQ(store.read("child" + std::to_string(i))->record()->test_count, 1u);
+        EXPECT_EQ(store.read("parent" + std::to_string(i))->record()->test_count, 1u);
+    }
+}
+
+TEST_F(DeviceApi, ACancelledTestEndsAtOnceAndStoresNothing) {
+    using Clock = std::chrono::steady_clock;
+    setenv("ZERKO_SIM_TIME_SCALE", "1", 1);
+    ASSERT_EQ(start(), QVL_Success);
+    Clock::time_point cancelled;
+    std::thread operator_([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(350));
+        cancelled = Clock::now();
+        QVL_CancelOperation();
+    });
+    const auto code = test("T", QVL_DB_NewRecord);
+    const auto end = Clock::now();
+    operator_.join();
+    EXPECT_EQ(code, code::cancelled);
+    EXPECT_LT(end - cancelled, std::chrono::milliseconds(100));
+    EXPECT_FALSE(stored("T"));
+}
+
+TEST_F(DeviceApi, ProgressIsSteadyAndACancellationOutOfItCounts) {
+    struct Seen {
+        std::vector<int> steps;
+        int total = 0, cancel_at = 0;
+    } seen;
+    const QVL_ProgressCallback progress{[](void* context, int current, int total) {
+                                            auto& to = *static_cast<Seen*>(context);
+                                            to.steps.push_back(current);
+                                            to.total = total;
+                                            if (current == to.cancel_at) QVL_CancelOperation();
+                                        },
+                                        &seen};
+    progress_ = &progress;
+    parameters_.test_mode = QVL_TestMode_VR_Up;
+    ASSERT_EQ(start(), QVL_Success);
+    EXPECT_EQ(test("T", QVL_DB_NewRecord), QVL_Success);
+    EXPECT_THAT(seen.steps, ElementsAre(1, 2, 3, 4, 5, 6, 7, 8, 9, 10));
+    EXPECT_EQ(seen.total, 10);
+
+    for (const int last : {1, 10}) {
+        seen.cancel_at = last;
+        EXPECT_EQ(test("cancelled", QVL_DB_NewRecord), code::cancelled);
+        EXPECT_FALSE(stored("cancelled"));
+    }
+    seen.cancel_at = 0;
+    EXPECT_EQ(test("cancelled", QVL_DB_NewRecord), QVL_Success);
+}
+
+TEST_F(DeviceApi, WhatTheInstrumentCannotDoHasItsOwnCode) {
+    ASSERT_EQ(start(), QVL_Success);
+    const auto with = [&](auto change) {
+        parameters_ = parameters();
+        change(parameters_);
+        return test("T", QVL_DB_DoNotStore);
+    };
+    EXPECT_EQ(with([](auto& p) { p.voltage = 0.5; }), code::voltage_out_of_range);
+    EXPECT_EQ(with([](auto& p) { p.voltage = 251.0; }), code::voltage_out_of_range);
+    EXPECT_EQ(with([](auto& p) { p.voltage = std::nan(""); }), code::voltage_out_of_range);
+    EXPECT_EQ(with([](auto& p) { p.frequency = -5; }), code::frequency_out_of_range);
+    EXPECT_EQ(with([](auto& p) { p.test_type = QVL_TestType_1ph; }), code::bad_parameter);
+    EXPECT_EQ(with([](auto& p) { p.winding_lo = QVL_WindingType{9}; }), code::bad_parameter);
+    EXPECT_EQ(with([](auto& p) { p.test_mode = QVL_TestMode_VR_Up, p.voltage = 100.0; }),
+              code::induced_voltage_too_high);
+    EXPECT_EQ(with([](auto& p) { p.phasing = 14; }), QVL_Success);
+    EXPECT_EQ(test("T", QVL_DBAction{4}), code::bad_parameter);
+    EXPECT_EQ(QVL_Test_3ph("T", nullptr, "{}", QVL_DB_NewRecord, nullptr, nullptr), code::bad_parameter);
+    EXPECT_EQ(QVL_Test_1ph("T", nullptr, "{}", QVL_DB_NewRecord, nullptr, nullptr), code::not_supported);
+}
+
+TEST_F(DeviceApi, FaultsOfTheDescriptionActWhileTheConsoleRuns) {
+    ASSERT_EQ(start(), QVL_Success);
+    EXPECT_EQ(tested("[instrument]\nboard_connected = false"), code::board_not_connected);
+    EXPECT_EQ(tested("[instrument]\nemergency_button_pressed = true"), code::emergency_button_pressed);
+    EXPECT_EQ(tested("[instrument]\ncard_mounted = false"), code::card_missing);
+    EXPECT_EQ(tested("[instrument]\ncard_read_only = true"), code::card_read_only);
+    EXPECT_EQ(tested("[instrument]\ndatabase_loaded = false"), code::database_not_loaded);
+    EXPECT_EQ(tested("[instrument]\ndatabase_loaded = false", "T", QVL_DB_DoNotStore), QVL_Success);
+    EXPECT_EQ(tested("[[instrument_fault]]\noperation = \"QVL_Test_3ph\"\ncode = 11\non_call = 2\n"), QVL_Success);
+    EXPECT_EQ(test("T2", QVL_DB_NewRecord), code::timeout);
+    EXPECT_EQ(test("T2", QVL_DB_NewRecord), QVL_Success);
+    EXPECT_EQ(tested("[[instrument_fault]]\noperation = \"QVL_GetStatus\"\ncode = 9\n", "T3"), QVL_Success);
+    QVL_Status status;
+    EXPECT_EQ(QVL_GetStatus(&status), code::connection_lost);
+    describe("[instrument]\ncalibrated = false\nstatus_code = \"CONNECTION_LOST\"\n");
+    EXPECT_EQ(QVL_GetStatus(&status), QVL_Success);
+    EXPECT_EQ(status.status_code, code::connection_lost);
+    EXPECT_FALSE(status.calibrated);
+}
+
+TEST_F(DeviceApi, ABadDescriptionStopsTheStartButNotARunningInstrument) {
+    describe("sede = 1");
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(start(), code::bad_description);
+    const std::string file = (folder_ / "instrument.toml").string();
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              file + ":1: there is no \"sede\"; did you mean seed? The simulated instrument does not start.\n");
+
+    describe("[instrument]\nmodel = 20\n");
+    ASSERT_EQ(start(), QVL_Success);
+    describe("[instrument]\nmodel = \"PRO\"\n");
+    testing::internal::CaptureStderr();
+    QVL_Status status;
+    EXPECT_EQ(QVL_GetStatus(&status), QVL_Success);
+    EXPECT_EQ(QVL_GetStatus(&status), QVL_Success);
+    EXPECT_EQ(
+        testing::internal::GetCapturedStderr(),
+        file + ":2: [instrument] model must be an integer from 0 to 99. The description read before stays in use.\n");
+    QVL_DeviceInfo info;
+    EXPECT_EQ(QVL_GetDeviceInfo(&info), QVL_Success);
+    EXPECT_EQ(info.model_type, 20);
+}
+
+TEST_F(DeviceApi, SettingsOutliveARestart) {
+    ASSERT_EQ(start(), QVL_Success);
+    QVL_DeviceInfo info;
+    ASSERT_EQ(QVL_GetDeviceInfo(&info), QVL_Success);
+    EXPECT_EQ(info.settings.fan_start_temp, 40);
+    EXPECT_FALSE(info.debug_mode);
+    info.settings.fan_start_temp = 33;
+    info.settings.reserved_8 = -7;
+    EXPECT_EQ(QVL_SetSettings(&info.settings), QVL_Success);
+    EXPECT_EQ(QVL_SetDebugEnabled(true), QVL_Success);
+    info.settings.fan_start_power = 101;
+    EXPECT_EQ(QVL_SetSettings(&info.settings), code::bad_settings);
+    restart();
+    QVL_DeviceInfo again;
+    ASSERT_EQ(QVL_GetDeviceInfo(&again), QVL_Success);
+    EXPECT_EQ(again.settings.fan_start_temp, 33);
+    EXPECT_EQ(again.settings.reserved_8, -7);
+    EXPECT_EQ(again.settings.fan_start_power, 70);
+    EXPECT_TRUE(again.debug_mode);
+    EXPECT_STREQ(again.serial_number, "ZS-0000-0000");
+}
+
+TEST_F(DeviceApi, AStateFolderThatCannotBeUsedLeavesTheDatabaseNotLoaded) {
+    setenv("ZERKO_SIM_STATE", "/dev/null/state", 1);
+    testing::internal::CaptureStderr();
+    ASSERT_EQ(start(), QVL_Success);
+    EXPECT_THAT(testing::internal::GetCapturedStderr(), testing::HasSubstr("/dev/null/state"));
+    QVL_Status status;
+    EXPECT_EQ(QVL_GetStatus(&status), QVL_Success);
+    EXPECT_FALSE(status.database_loaded);
+    EXPECT_EQ(test("T", QVL_DB_NewRecord), code::database_not_loaded);
+    EXPECT_EQ(test("T", QVL_DB_DoNotStore), QVL_Success);
+}
+
+TEST(ResultCodes, HaveNamesAndADescriptionOnlyWhereThereIsOne) {
+    const char* description = nullptr;
+    EXPECT_STREQ(QVL_GetResultCodeName(code::cancelled, &description), "CANCELLED");
+    EXPECT_STREQ(description, "The operation was cancelled. Nothing was stored.");
+    description = nullptr;
+    EXPECT_STREQ(QVL_GetResultCodeName(QVL_ResultCode{4711}, &description), "UNKNOWN_RESULT_CODE");
+    EXPECT_EQ(description, nullptr);
+    EXPECT_STREQ(QVL_GetResultCodeName(QVL_Success_44, nullptr), "SUCCESS_WITH_REMARK");
+}
+
+TEST(Utilities, MakeFoldersAndCutTexts) {
+    std::string pattern = (std::filesystem::temp_directory_path() / "folders-XXXXXX").string();
+    const std::string folder = mkdtemp(pattern.data());
+    EXPECT_TRUE(Utils::CreateDir(folder + "/a/b/c/"));
+    EXPECT_TRUE(Utils::CreateDir(folder + "/a/b/c/"));
+    std::ofstream(folder + "/file") << "x";
+    EXPECT_FALSE(Utils::CreateDir(folder + "/file"));
+    EXPECT_FALSE(Utils::CreateDir(folder + "/file/in"));
+    std::filesystem::remove_all(folder);
+
+    char field[4] = {'x', 'x', 'x', 'x'};
+    TextUtils::copy_safe(field, sizeof field, "abcdef");
+    EXPECT_STREQ(field, "abc");
+    TextUtils::copy_safe(field, 0, "zz");
+    TextUtils::copy_safe(field, 2, "");
+    EXPECT_THAT(field, ElementsAre('\0', 'b', 'c', '\0'));
+}
+
+}  // namespace
+}  // namespace simulator

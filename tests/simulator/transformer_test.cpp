@@ -1,0 +1,243 @@
+// What the model gives for transformers whose answers a textbook gives as well.
+#include "simulator/channel.h"
+#include "simulator/measurement.h"
+#include "simulator/result_codes.h"
+#include "simulator/transformer.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <numbers>
+#include <string>
+#include <vector>
+
+namespace simulator {
+namespace {
+
+constexpr double degrees = 180.0 / std::numbers::pi;
+
+// Runs a test on a perfect board without noise.
+QVL_TestData_3ph measured(const TransformerData& data, const QVL_Parameters_3ph& parameters, OwnedRecord& record) {
+    const Transformer transformer(data);
+    const Limits limits;
+    ChannelData channel;
+    channel.noise = channel.noise_floor = 0.0;
+    const Coefficients perfect;
+    Noise noise(1);
+    Bench bench{transformer, limits, Channel(channel, perfect, perfect, noise), 20.0};
+    measure_three_phase(bench, parameters, record);
+    return *record.record()->data_3ph[0];
+}
+
+QVL_Parameters_3ph parameters_for(const VectorGroup& group) {
+    QVL_Parameters_3ph parameters;
+    parameters.test_type = QVL_TestType_3ph_3_3;
+    parameters.test_mode = QVL_TestMode_VR_Down;
+    parameters.winding_hi = group.high;
+    parameters.winding_lo = group.low;
+    parameters.phasing = QVL_Phasing_Unknown;
+    parameters.frequency = 50;
+    parameters.voltage = 40.0;
+    return parameters;
+}
+
+// Every clock number that a pair of windings can have: odd where just one of D and Y/Z stands against the other, with
+// zigzag on the side of the delta.
+std::vector<VectorGroup> all_vector_groups() {
+    const auto star = [](QVL_WindingType winding) { return winding == QVL_Winding_Y || winding == QVL_Winding_Yn; };
+    std::vector<VectorGroup> groups;
+    for (int high = QVL_Winding_D; high <= QVL_Winding_Zn; ++high)
+        for (int low = QVL_Winding_D; low <= QVL_Winding_Zn; ++low) {
+            const auto high_winding = QVL_WindingType{high}, low_winding = QVL_WindingType{low};
+            for (int clock = star(high_winding) == star(low_winding) ? 0 : 1; clock < 12; clock += 2)
+                groups.push_back({high_winding, low_winding, clock});
+        }
+    return groups;
+}
+
+TEST(Transformer, EveryVectorGroupHasItsRatioAndItsAngleInEveryMethodAndDirection) {
+    const auto groups = all_vector_groups();
+    ASSERT_EQ(groups.size(), 150u);
+    for (const VectorGroup& group : groups)
+        for (const auto type : {QVL_TestType_3ph_3_3, QVL_TestType_3ph_3_1, QVL_TestType_3ph_1_1})
+            for (const auto mode : {QVL_TestMode_VR_Down, QVL_TestMode_VR_Up}) {
+                SCOPED_TRACE(std::to_string(group.high) + " " + std::to_string(group.low) + " " +
+                             std::to_string(group.clock) + " type " + std::to_string(type) + " mode " +
+                             std::to_string(mode));
+                TransformerData data;
+                data.group = group;
+                data.turns_ratio.fill(43.3);
+                QVL_Parameters_3ph parameters = parameters_for(group);
+                parameters.test_type = type;
+                parameters.test_mode = mode;
+                parameters.voltage = 20.0;
+                OwnedRecord record;
+                const auto test = measured(data, parameters, record);
+                EXPECT_EQ(record.label().phasing, group.clock);
+                for (const auto& phase : {test.A, test.B, test.C}) {
+                    EXPECT_EQ(phase.result, QVL_Success);
+                    EXPECT_NEAR(phase.Ratio, 43.3, 43.3 * 1e-5);
+                    EXPECT_NEAR(std::remainder(phase.phase_deviation * degrees - 30.0 * group.clock, 360.0), 0.0, 1e-3);
+                }
+                EXPECT_NEAR(std::remainder(test.B.Phase_High * degrees + 120.0, 360.0), 0.0, 1e-3);
+                EXPECT_NEAR(std::remainder(test.Phase_3PH * degrees - 30.0 * group.clock, 360.0), 0.0, 1e-3);
+            }
+}
+
+TEST(Transformer, WindingsThatCannotMakeTheClockNumberAreRefused) {
+    TransformerData data;
+    for (const char* impossible : {"Dd1", "Dyn0", "YNyn11", "Yzn0", "Dzn5"}) {
+        data.group = parse_vector_group(impossible).value();
+        EXPECT_THROW(Transformer{data}, std::invalid_argument) << impossible;
+    }
+    for (const char* nonsense : {"", "Dyn", "dyn11", "Dyn12", "Dyn11x", "DYn11", "Dyn-1"})
+        EXPECT_FALSE(parse_vector_group(nonsense)) << nonsense;
+}
+
+// The pairs that tables of test connections give.
+TEST(Transformer, WindingPairsCarryTheirUsualNames) {
+    struct Case {
+        const char *group, *high, *low;
+        double line_ratio;  // line-to-line ratio of a ratio of 1
+    };
+    for (const Case& expected : {
+             Case{"Dyn1",  "H1-H3", "X1-X0", 1.0 / std::numbers::sqrt3},
+             {"Dyn11", "H1-H2", "X1-X0", 1.0 / std::numbers::sqrt3},
+             {"Dyn5",  "H1-H2", "X0-X1", 1.0 / std::numbers::sqrt3},
+             {"YNd1",  "H1-H0", "X1-X2", std::numbers::sqrt3      },
+             {"YNd11", "H1-H0", "X1-X3", std::numbers::sqrt3      },
+             {"YNyn0", "H1-H0", "X1-X0", 1.0                      },
+             {"YNyn6", "H1-H0", "X0-X1", 1.0                      },
+             {"Dd0",   "H1-H2", "X1-X2", 1.0                      },
+             {"Yd1",   "H1-N",  "X1-X2", std::numbers::sqrt3      }
+    }) {
+        TransformerData data;
+        data.group = parse_vector_group(expected.group).value();
+        OwnedRecord record;
+        const auto test = measured(data, parameters_for(data.group), record);
+        EXPECT_STREQ(test.A.hi_name, expected.high) << expected.group;
+        EXPECT_STREQ(test.A.lo_name, expected.low) << expected.group;
+        EXPECT_NEAR(test.tvr_multiplier, expected.line_ratio, 1e-12) << expected.group;
+    }
+}
+
+TEST(Transformer, ABalancedOneHasNeitherZeroNorNegativeSequence) {
+    TransformerData data;
+    data.group = {QVL_Winding_Yn, QVL_Winding_Yn, 0};
+    data.centre_limb_reluctance = 1.0;
+    OwnedRecord record;
+    const auto test = measured(data, parameters_for(data.group), record);
+    EXPECT_NEAR(test.Positive_Seq_Hi, 40.0 / std::numbers::sqrt3, 1e-9);
+    for (const double vanishing : {test.Negative_Seq_Hi, test.Zero_Seq_Hi})
+        EXPECT_LT(vanishing / test.Positive_Seq_Hi, 1e-9);
+    for (const double vanishing : {test.Negative_Seq_Lo, test.Zero_Seq_Lo})
+        EXPECT_LT(vanishing / test.Positive_Seq_Lo, 1e-9);
+}
+
+// Bridging the share f of a high-side phase's turns leaves it 1 - f of its ratio. Its low-side voltage rises to
+// 1 / (1 - f), and a third of that difference is of negative sequence.
+TEST(Transformer, ShortedTurnsShowInTheirPhaseAndInTheNegativeSequence) {
+    constexpr double fraction = 0.01;
+    TransformerData data;
+    data.group = {QVL_Winding_Yn, QVL_Winding_Yn, 0};
+    data.shorted_turns.emplace();
+    data.shorted_turns->side = Side::high;
+    data.shorted_turns->phase = 1;
+    data.shorted_turns->fraction = fraction;
+    QVL_Parameters_3ph parameters = parameters_for(data.group);
+    parameters.nameplate_ratio = 50.0;
+    OwnedRecord record;
+    const auto test = measured(data, parameters, record);
+    EXPECT_NEAR(test.A.Ratio_Error, 0.0, 0.01);
+    EXPECT_NEAR(test.B.Ratio_Error, -100.0 * fraction, fraction);
+    EXPECT_NEAR(test.C.Ratio_Error, 0.0, 0.01);
+    const double rise = 1.0 / (1.0 - fraction) - 1.0;
+    EXPECT_NEAR(test.Negative_Distortion_Index, 100.0 * (rise / 3.0) / (1.0 + rise / 3.0), fraction / 3.0);
+    EXPECT_GT(test.B.Current_f, 2.0 * test.C.Current_f);
+    EXPECT_NEAR(record.label().max_ratio_error, 100.0 * fraction, fraction);
+}
+
+TEST(Transformer, AReversedWindingTurnsItsPhaseAndAnOpenOneCannotBeMeasured) {
+    TransformerData data;
+    data.group = {QVL_Winding_Yn, QVL_Winding_Yn, 0};
+    data.return_path_reluctance = 0.0;
+    data.reversed_winding = WindingFault{Side::low, 2};
+    OwnedRecord reversed;
+    const auto turned = measured(data, parameters_for(data.group), reversed);
+    EXPECT_NEAR(std::abs(turned.C.phase_deviation) * degrees, 180.0, 1e-3);
+    EXPECT_NEAR(turned.B.phase_deviation, 0.0, 1e-5);
+
+    data.reversed_winding.reset();
+    data.open_winding = WindingFault{Side::high, 0};
+    OwnedRecord open;
+    const auto failed = measured(data, parameters_for(data.group), open);
+    EXPECT_EQ(failed.A.result, code::signal_too_small);
+    EXPECT_EQ(failed.B.result, QVL_Success);
+}
+
+TEST(Transformer, ExcitationCurrentBendsUpwardsAboveTheKnee) {
+    TransformerData data;
+    data.group = {QVL_Winding_Yn, QVL_Winding_Yn, 0};
+    data.knee_volts_per_hertz = 0.5;
+    const auto current_at = [&](double volts_per_hertz) {
+        QVL_Parameters_3ph parameters = parameters_for(data.group);
+        parameters.voltage = volts_per_hertz * parameters.frequency * std::numbers::sqrt3;
+        OwnedRecord record;
+        return measured(data, parameters, record).A;
+    };
+    const auto far_below = current_at(0.05), below = current_at(0.1), above = current_at(0.75);
+    EXPECT_NEAR(below.Current_f / far_below.Current_f, 2.0, 1e-3);
+    EXPECT_GT(above.Current_f / below.Current_f, 2.0 * 7.5);
+    EXPECT_NEAR(below.Current_rms / below.Current_f, 1.0, 1e-3);
+    EXPECT_GT(above.Current_rms / above.Current_f, 1.1);
+}
+
+// The flux of one limb returns through the two others: through the centre limb more than through the far one.
+TEST(Transformer, MagneticBalanceFollowsTheLimbs) {
+    TransformerData data;
+    data.group = {QVL_Winding_Yn, QVL_Winding_Yn, 0};
+    data.core_loss_resistance = 1e9;
+    data.return_path_reluctance = 1e4;
+    data.centre_limb_reluctance = 0.5;
+    QVL_Parameters_3ph parameters = parameters_for(data.group);
+    parameters.magnetic_balance = true;
+    OwnedRecord record;
+    const auto test = measured(data, parameters, record);
+    EXPECT_NEAR(test.A.mag_balance[0], 40.0, 0.01);
+    EXPECT_NEAR(test.A.mag_balance[1] / test.A.mag_balance[2], 2.0, 0.01);
+    EXPECT_NEAR(test.B.mag_balance[0], 20.0, 0.01);
+    EXPECT_NEAR(test.B.mag_balance[2], 20.0, 0.01);
+    EXPECT_NEAR(test.A.mag_balance_total, 40.0, 0.01);
+    EXPECT_LT(record.label().max_mag_imbalance, 0.1);
+}
+
+TEST(Channel, CalibrationTakesTheBoardsErrorsOutOfAReading) {
+    ChannelData data;
+    data.noise = data.noise_floor = 0.0;
+    const Coefficients board = board_coefficients(data, 7), none;
+    Noise noise(1);
+    Channel calibrated(data, board, board, noise), uncalibrated(data, board, none, noise);
+    for (const double volts : {0.002, 0.9, 47.0, 1360.0}) {
+        EXPECT_NEAR(std::abs(calibrated.low_voltage(1, volts).value), volts, volts * 1e-12);
+        EXPECT_NEAR(std::abs(calibrated.high_voltage(2, volts).value), volts, volts * 1e-12);
+        EXPECT_GT(std::abs(uncalibrated.high_voltage(2, volts).value - volts), volts * 1e-6);
+    }
+    EXPECT_NEAR(std::abs(uncalibrated.low_voltage(0, 0.0).value), std::abs(board.shift_low[0][3]), 1e-12);
+    EXPECT_EQ(calibrated.high_voltage(0, 1360.0).divider, 400.0);
+    EXPECT_EQ(calibrated.low_voltage(0, 0.002).gain_2, 100.0);
+}
+
+TEST(Channel, NoiseHasItsDescribedDeviation) {
+    Noise noise(3);
+    double sum = 0.0, squares = 0.0;
+    for (int i = 0; i < 20000; ++i) {
+        const double value = noise.normal();
+        sum += value;
+        squares += value * value;
+    }
+    EXPECT_NEAR(sum / 20000, 0.0, 0.03);
+    EXPECT_NEAR(squares / 20000, 1.0, 0.04);
+}
+
+}  // namespace
+}  // namespace simulator
