@@ -354,7 +354,7 @@ void QVL_Test_Output::ResultsToText_1ph_VR(const QVL_TestData_Phase& phase, doub
 
 template <class Stream>
 void QVL_Test_Output::PrintPhase(Stream& stream, const QVL_TestData_3ph* test,
-                                 std::function<void(const QVL_TestData_Phase&)> printer) {
+                                 const std::function<void(const QVL_TestData_Phase&)>& printer) {
     for (const auto member : C_Phases) {
         const QVL_TestData_Phase& phase = test->*member;
         if (phase.result == QVL_Success)
@@ -394,7 +394,7 @@ void QVL_Test_Output::ResultsToText(const QVL_Test_Record* record, std::ostream&
 #define QVL_TEST_OUTPUT_FOR(Stream)                                                                                    \
     template void QVL_Test_Output::ResultsToText_1ph_VR(const QVL_TestData_Phase&, double, Stream&);                   \
     template void QVL_Test_Output::PrintPhase(Stream&, const QVL_TestData_3ph*,                                        \
-                                              std::function<void(const QVL_TestData_Phase&)>);                         \
+                                              const std::function<void(const QVL_TestData_Phase&)>&);                  \
     template void QVL_Test_Output::ResultsToText_3ph_VR(const QVL_TestData_3ph*, Stream&);                             \
     template void QVL_Test_Output::ResultsToText_S(const QVL_Test_Record*, Stream&, bool)
 QVL_TEST_OUTPUT_FOR(std::ostream);

@@ -32,7 +32,7 @@ class QVL_Test_Output {
     // Calls `printer` for each phase that was measured; a failed one gets an ERROR line instead.
     template <class Stream>
     static void PrintPhase(Stream& stream, const QVL_TestData_3ph* test,
-                           std::function<void(const QVL_TestData_Phase&)> printer);
+                           const std::function<void(const QVL_TestData_Phase&)>& printer);
 
     // The listing of one test, then those of its UP and DOWN halves. The headings of the halves always go to
     // std::cout. Stream and null names as for one phase.

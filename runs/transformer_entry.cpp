@@ -96,7 +96,7 @@ double InputNameplateRatio() {
 std::string InputNewTestID() {
     for (;;) {
         std::cout << "Test ID (leave empty for date/time): ";
-        const std::string testID = input_line();
+        std::string testID = input_line();
         if (testID.empty() || !record_exists(testID)) return testID;
         std::cout << "Already exists. Please choose a different Test ID" << std::endl;
     }
