@@ -7,16 +7,16 @@
 class DefaultFormat {
   public:
     explicit DefaultFormat(std::ostream& stream)
-        : m_stream(stream), m_flags(stream.flags(std::ios::dec | std::ios::skipws)), m_precision(stream.precision(6)) {}
+        : stream_(stream), flags_(stream.flags(std::ios::dec | std::ios::skipws)), precision_(stream.precision(6)) {}
     ~DefaultFormat() {
-        m_stream.precision(m_precision);
-        m_stream.flags(m_flags);
+        stream_.precision(precision_);
+        stream_.flags(flags_);
     }
     DefaultFormat(const DefaultFormat&) = delete;
     DefaultFormat& operator=(const DefaultFormat&) = delete;
 
   private:
-    std::ostream& m_stream;
-    const std::ios::fmtflags m_flags;
-    const std::streamsize m_precision;
+    std::ostream& stream_;
+    const std::ios::fmtflags flags_;
+    const std::streamsize precision_;
 };

@@ -20,22 +20,22 @@ std::string date_time_stem(std::time_t now) {
 void RangeFile::open(const std::string& test_id, const std::string& column_header) {
     const std::time_t now = std::time(nullptr);
     const std::string base_name = (test_id.empty() ? date_time_stem(now) : test_id) + ".csv";
-    m_path = C_ResutsDir + device_software_version + "-" + base_name;
-    current_file = m_path;
+    path_ = C_ResutsDir + device_software_version + "-" + base_name;
+    current_file = path_;
 
-    m_stream.open(m_path, std::ios::out | std::ios::trunc);
-    m_stream << std::fixed << std::setprecision(8);
-    m_stream << "sep=;\n"
-             << "ZERKO software version;" << device_software_version << "\n"
-             << "Date & Time;" << std::ctime(&now) << "\n\n"
-             << column_header << "\n";
+    stream_.open(path_, std::ios::out | std::ios::trunc);
+    stream_ << std::fixed << std::setprecision(8);
+    stream_ << "sep=;\n"
+            << "ZERKO software version;" << device_software_version << "\n"
+            << "Date & Time;" << std::ctime(&now) << "\n\n"
+            << column_header << "\n";
     keep();
 }
 
 void RangeFile::keep() {
-    if (!m_stream.flush()) return;
+    if (!stream_.flush()) return;
     // The stream reaches the system; the file's own descriptor reaches the disk, which outlives the power.
-    const int file = ::open(m_path.c_str(), O_WRONLY | O_CLOEXEC);
+    const int file = ::open(path_.c_str(), O_WRONLY | O_CLOEXEC);
     if (file < 0) return;
     ::fdatasync(file);
     ::close(file);

@@ -10,12 +10,12 @@ class RangeFile {
     // Names the file after the test ID, or after the time of now when there is none, and makes it `current_file`.
     void open(const std::string& test_id, const std::string& column_header);
 
-    std::ostream& stream() { return m_stream; }
+    std::ostream& stream() { return stream_; }
 
     // Brings the rows written so far to the disk, so that nothing that happens later can take them away.
     void keep();
 
   private:
-    std::string m_path;
-    std::ofstream m_stream;
+    std::string path_;
+    std::ofstream stream_;
 };

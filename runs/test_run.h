@@ -38,14 +38,14 @@ class TestRun {
     void end() const;
 
   private:
-    bool is_series() const { return m_tests > 1; }
+    bool is_series() const { return tests_ > 1; }
 
-    const std::size_t m_tests;
-    std::size_t m_done = 0;
-    std::string m_test_id;
-    const bool m_may_store;
-    RangeFile m_range_file;
-    std::string m_raw_data;  // of all tests so far
+    const std::size_t tests_;
+    std::size_t done_ = 0;
+    std::string test_id_;
+    const bool may_store_;
+    RangeFile range_file_;
+    std::string raw_data_;  // of all tests so far
 };
 
 template <class Parameters>
