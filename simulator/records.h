@@ -3,12 +3,17 @@
 
 #include "api/qvl_records.h"
 
+#include <array>
 #include <deque>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace simulator {
+
+// The three phases of a three-phase entry, in order.
+inline constexpr std::array<QVL_TestData_Phase QVL_TestData_3ph::*, 3> phases_of_test{
+    &QVL_TestData_3ph::A, &QVL_TestData_3ph::B, &QVL_TestData_3ph::C};
 
 // Owns a record, its entries and its texts. Addresses stay the same while it lives.
 class OwnedRecord {

@@ -50,8 +50,8 @@ std::optional<QVL_ResultCode> code_named(std::string_view name);
 // Thrown where an operation cannot go on. The entry points turn it into its code.
 class Failure : public std::runtime_error {
   public:
-    // `detail` tells more than the code's own description does; it goes into the device log.
     explicit Failure(QVL_ResultCode code) : Failure(code, name_of(code)) {}
+    // `detail` tells more than the code's own description does.
     Failure(QVL_ResultCode code, const std::string& detail) : std::runtime_error(detail), code_(code) {}
     QVL_ResultCode code() const { return code_; }
 

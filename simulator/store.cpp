@@ -21,9 +21,6 @@ constexpr const char* whole_part = "";
 constexpr const char* up_part = "up";
 constexpr const char* down_part = "down";
 
-constexpr QVL_TestData_Phase QVL_TestData_3ph::*phases[] = {&QVL_TestData_3ph::A, &QVL_TestData_3ph::B,
-                                                            &QVL_TestData_3ph::C};
-
 const char* sql_type(ColumnType type) {
     switch (type) {
     case ColumnType::integer:
@@ -218,10 +215,10 @@ void Store::insert_data(std::int64_t test, const char* part, const QVL_TestData_
     bind(insert, &data, data_3ph_columns());
     insert.run();
     const std::int64_t row = database_.last_row();
-    for (std::int64_t phase = 0; phase < 3; ++phase) {
+    for (std::size_t phase = 0; phase < phases_of_test.size(); ++phase) {
         Statement insert_phase(database_, insertion("phase", "data, phase", phase_columns()));
-        insert_phase.bind(row).bind(phase);
-        bind(insert_phase, &(data.*phases[phase]), phase_columns());
+        insert_phase.bind(row).bind(static_cast<std::int64_t>(phase));
+        bind(insert_phase, &(data.*phases_of_test[phase]), phase_columns());
         insert_phase.run();
     }
 }
@@ -254,7 +251,9 @@ const QVL_TestData_3ph* Store::read_data(std::int64_t test, const char* part, Ow
 
     Statement phase_query(database_, "SELECT phase" + names(phase_columns()) + " FROM phase WHERE data = ?");
     phase_query.bind(query.integer(0));
-    while (phase_query.step()) take(phase_query, 1, &(data.*phases[phase_query.integer(0)]), phase_columns(), record);
+    while (phase_query.step())
+        take(phase_query, 1, &(data.*phases_of_test.at(static_cast<std::size_t>(phase_query.integer(0)))),
+             phase_columns(), record);
 
     if (part == whole_part) {
         data.up = read_data(test, up_part, record);

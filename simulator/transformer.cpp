@@ -92,15 +92,14 @@ struct Windings {
 
 std::vector<Coil> wind(const TransformerData& data, const Windings& windings, const std::array<double, 3>& low_turns,
                        int& node_count) {
+    const std::array<double, 3> one_turn{1.0, 1.0, 1.0};
+    const auto [high_resistance, low_resistance] = data.winding_resistance;
+    const auto [high_inductance, low_inductance] = data.leakage_inductance;
+    const SideData high{Side::high, data.group.high, one_turn, high_resistance, high_inductance};
+    const SideData low{Side::low, data.group.low, low_turns, low_resistance, low_inductance};
     std::vector<Coil> coils;
-    add_coils(
-        {
-            Side::high, data.group.high, {1.0, 1.0, 1.0},
-              data.winding_resistance[0], data.leakage_inductance[0]
-    },
-        windings.high, node_count, coils);
-    add_coils({Side::low, data.group.low, low_turns, data.winding_resistance[1], data.leakage_inductance[1]},
-              windings.low, node_count, coils);
+    add_coils(high, windings.high, node_count, coils);
+    add_coils(low, windings.low, node_count, coils);
     return coils;
 }
 
@@ -110,10 +109,8 @@ Windings find_windings(const TransformerData& data) {
         for (const bool reversed : {false, true})
             for (const int high_step : {1, 2})
                 for (const int low_step : {1, 2}) {
-                    const Windings windings{
-                        {0,     false,    high_step},
-                        {shift, reversed, low_step }
-                    };
+                    const Arrangement high{0, false, high_step}, low{shift, reversed, low_step};
+                    const Windings windings{high, low};
                     int node_count = terminal_count;
                     const auto coils = wind(data, windings, {1.0, 1.0, 1.0}, node_count);
                     if (has_clock_number(no_load_voltages(coils, node_count), data.group.clock)) return windings;

@@ -53,8 +53,8 @@ struct WindingFault {
 
 // Part of a winding bridged by a short circuit between turns.
 struct ShortedTurns : WindingFault {
-    double fraction = 0.01;    // of the winding's turns
-    double resistance = 1.0;   // ohms, of the loop that the shorted turns make
+    double fraction = 0.01;   // of the winding's turns
+    double resistance = 1.0;  // ohms, of the loop that the shorted turns make
 };
 
 // The nameplate and the equivalent circuit, all of it per phase winding. Inductances and resistances of the core are

@@ -12,6 +12,7 @@
 
 #include <array>
 #include <chrono>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -268,6 +269,17 @@ TEST_F(DeviceApi, ACancelledTestEndsAtOnceAndStoresNothing) {
     EXPECT_EQ(code, code::cancelled);
     EXPECT_LT(end - cancelled, std::chrono::milliseconds(100));
     EXPECT_FALSE(stored("T"));
+}
+
+TEST_F(DeviceApi, TheProcessMayEndInASignalHandlerDuringATest) {
+    setenv("ZERKO_SIM_TIME_SCALE", "1", 1);
+    ASSERT_EQ(start(), QVL_Success);
+    const auto interrupted = [&] {
+        std::signal(SIGALRM, [](int) { std::exit(2); });
+        ualarm(200'000, 0);
+        test("T", QVL_DB_NewRecord);
+    };
+    EXPECT_EXIT(interrupted(), testing::ExitedWithCode(2), "");
 }
 
 TEST_F(DeviceApi, ProgressIsSteadyAndACancellationOutOfItCounts) {

@@ -1,0 +1,67 @@
+// What the instrument excites and what it reads: the test's phasors, as they come out of the channel.
+#pragma once
+
+#include "simulator/channel.h"
+#include "simulator/records.h"
+#include "simulator/transformer.h"
+#include "simulator/winding_pairs.h"
+
+#include <array>
+
+namespace simulator {
+
+struct Limits {
+    double voltage_min = 1.0, voltage_max = 250.0;  // volts, excitation
+    int frequency_min = 40, frequency_max = 500;    // hertz
+    double induced_voltage = 2500.0;                // volts, highest on the side that is not excited
+    double step_up_voltage = 12.0;                  // volts, most that an automatic test steps up
+    double smallest_signal = 1e-4;                  // volts, least that can be measured
+};
+
+// The measuring board with the transformer on its leads.
+struct Bench {
+    const Transformer& transformer;
+    const Limits& limits;
+    Channel channel;
+    double temperature;  // degrees Celsius
+};
+
+// What the excitation of one test is.
+struct Excitation {
+    Side side;
+    double voltage;  // volts, between the terminals that are excited
+    int frequency;
+};
+
+// The readings of one phase.
+struct PhaseReadings {
+    Reading high, low;       // across the winding pair
+    Complex excitation;      // volts, across the excited terminals
+    Reading current;         // amperes, into the excited terminal
+    double harmonic;         // amperes rms, of the current
+    double induced_voltage;  // volts rms
+};
+
+using ThreePairs = std::array<WindingPair, 3>;
+using ThreeReadings = std::array<PhaseReadings, 3>;
+
+// All of these throw `induced_voltage_too_high` rather than induce more than the instrument's inputs and the operator
+// can stand.
+
+// The clock number that the transformer shows: three phases are excited, and the low side lags by so much.
+int detect_clock(const Bench& bench, const Excitation& excitation);
+
+// All phases excited together. `one_input`: phase after phase is read through the same input.
+ThreeReadings read_three_excited(Bench& bench, const Excitation& excitation, const ThreePairs& pairs, bool one_input);
+
+// One phase excited and read after the other; each is its own reference, in positive sequence.
+ThreeReadings read_one_excited(Bench& bench, const Excitation& excitation, const ThreePairs& pairs);
+
+// Magnetic balance: each phase of the excited side carries the voltage in turn, the flux shows on the others.
+// Fills the rows of `data`.
+void read_magnetic_balance(Bench& bench, const Excitation& excitation, const ThreePairs& pairs, QVL_TestData_3ph& data);
+
+// The angle of the high side's phase voltage.
+double angle_of_high_phase(const PhaseReadings& readings, const WindingPair& pair);
+
+}  // namespace simulator
