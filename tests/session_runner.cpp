@@ -4,6 +4,7 @@
 #include "tests/temp_folder.h"
 #include "tests/transcript.h"
 
+#include <algorithm>
 #include <csignal>
 #include <fnmatch.h>
 #include <map>
@@ -64,15 +65,15 @@ int signal_number(const std::string& name) {
 class Session {
   public:
     Session(const Transcript& transcript, const fs::path& folder)
-        : m_transcript(transcript), m_folder(folder), m_process(setup_of(transcript, folder)),
-          m_matcher(outputs_of(transcript)) {}
+        : m_transcript(transcript), m_process(setup_of(transcript, folder)) {}
 
     // As fast as the output arrives; false at the first output that does not belong.
     bool play() {
+        Matcher matcher(outputs_of(m_transcript));
         for (std::size_t i = 0; i < m_transcript.steps.size(); ++i) {
-            const std::string& action = m_transcript.steps[i].action;
-            if (!wait_for(i, is_exit(action)) || perform(action) != action) return false;
-            m_matcher.pass(i);
+            const Lines& actions = m_transcript.steps[i].actions;
+            if (!wait_for(matcher, i, is_exit(actions)) || perform(actions) != actions) return false;
+            matcher.pass(i);
         }
         return true;
     }
@@ -80,31 +81,30 @@ class Session {
     // Does every action, expected output or not, and tells what was seen before each.
     std::vector<Step> play_patiently() {
         std::vector<Step> seen;
-        std::size_t shown = 0;
-        for (std::size_t i = 0; i < m_transcript.steps.size(); ++i) {
-            const std::string& action = m_transcript.steps[i].action;
-            const bool reached = wait_for(i, is_exit(action));
-            if (!is_exit(action) && !(reached && action.starts_with("! "))) read_until_quiet();
+        for (const Step& step : m_transcript.steps) {
+            const std::size_t shown = m_process.output().size();
+            Matcher matcher({step.output});
+            const bool is_typed = step.actions.front().starts_with(">");
+            if (is_typed || !wait_for(matcher, 0, is_exit(step.actions))) read_until_quiet();
             const std::string output = m_process.output().substr(shown);
-            shown = m_process.output().size();
-            seen.push_back({to_lines(output), perform(action)});
-            m_matcher.pass(i);
+            seen.push_back({to_lines(output), perform(step.actions)});
             if (m_process.output_ended()) break;
         }
         return seen;
     }
 
   private:
-    static bool is_exit(const std::string& action) { return action.starts_with("exit: "); }
+    static bool is_exit(const Lines& actions) { return actions.front().starts_with("exit: "); }
 
-    bool wait_for(std::size_t step, bool until_end) {
+    // Until the step's output has arrived, or all that there is.
+    bool wait_for(Matcher& matcher, std::size_t step, bool until_end) {
         const auto deadline = std::chrono::steady_clock::now() + C_LongestWait;
         while (std::chrono::steady_clock::now() < deadline) {
-            m_matcher.feed(std::string_view(m_process.output()).substr(m_matched));
+            matcher.feed(std::string_view(m_process.output()).substr(m_matched));
             m_matched = m_process.output().size();
             const bool complete = !until_end || m_process.output_ended();
-            if (complete && m_matcher.reached(step)) return true;
-            if (m_process.output_ended() || (m_matcher.lost() && !until_end)) return false;
+            if (complete && matcher.reached(step)) return true;
+            if (m_process.output_ended() || (matcher.lost() && !until_end)) return false;
             m_process.read_more(C_Quiet);
         }
         return false;
@@ -114,25 +114,27 @@ class Session {
         const auto deadline = std::chrono::steady_clock::now() + C_LongestWait;
         while (m_process.read_more(C_Quiet) && std::chrono::steady_clock::now() < deadline) {
         }
+        m_matched = m_process.output().size();
     }
 
-    // What was done, as an action: at the end with the program's own exit status.
-    std::string perform(const std::string& action) {
-        if (is_exit(action)) return "exit: " + m_process.exit_status();
-        if (action.starts_with("! "))
-            m_process.send_signal(signal_number(action.substr(2)));
-        else if (action == "> ^D")
-            m_process.close_input();
-        else
-            m_process.type(action.substr(std::min<std::size_t>(2, action.size())) + "\n");
-        return action;
+    // What was done, as actions: at the end with the program's own exit status.
+    Lines perform(const Lines& actions) {
+        if (is_exit(actions)) return {"exit: " + m_process.exit_status()};
+        for (const std::string& action : actions) {
+            const std::string rest = action.substr(std::min<std::size_t>(2, action.size()));
+            if (action.starts_with("!"))
+                m_process.send_signal(signal_number(rest));
+            else if (rest == "^D")
+                m_process.close_input();
+            else
+                m_process.type(rest + "\n");
+        }
+        return actions;
     }
 
     const Transcript& m_transcript;
-    const fs::path m_folder;
     ConsoleProcess m_process;
-    Matcher m_matcher;
-    std::size_t m_matched = 0;  // characters of the output
+    std::size_t m_matched = 0;  // characters of the output that a matcher has been fed
 };
 
 std::vector<fs::path> files_named(const std::string& pattern, const fs::path& folder) {
@@ -193,18 +195,13 @@ Transcript read_transcript(const fs::path& file) {
 
 }  // namespace
 
-std::string play_session(const fs::path& file) {
+std::string play_session(const fs::path& file, bool accept) {
     const Transcript transcript = read_transcript(file);
     if (play_for_verdict(transcript)) return {};
     const Sight sight = play_for_sight(transcript);
+    if (accept && sight.errors.empty()) write_file(file, to_text(sight.comparison.accepted));
     const std::string& difference = sight.comparison.difference;
     return "--- " + file.string() + "\n+++ seen\n" +
            (difference.empty() ? "no difference when played again, slowly\n" : difference) +
            (sight.errors.empty() ? "" : "standard error:\n" + sight.errors);
-}
-
-void accept_session(const fs::path& file) {
-    const Sight sight = play_for_sight(read_transcript(file));
-    if (!sight.errors.empty()) throw std::runtime_error("not accepted, standard error is not empty:\n" + sight.errors);
-    write_file(file, to_text(sight.comparison.accepted));
 }

@@ -4,8 +4,6 @@
 #include <string>
 
 // Plays a transcript against the real program. Empty when the program did what the transcript says; otherwise the
-// difference, line by line.
-std::string play_session(const std::filesystem::path& file);
-
-// Rewrites a transcript with what is seen now, keeping the wildcards that still hold.
-void accept_session(const std::filesystem::path& file);
+// difference, line by line. With `accept` a transcript that differs is rewritten with what was seen, keeping the
+// wildcards that still hold.
+std::string play_session(const std::filesystem::path& file, bool accept);

@@ -141,7 +141,7 @@ TEST_F(ThreePhase, LeavesAtOnceForEveryOtherMeasurement) {
 
 TEST_F(ThreePhase, AsksInOrderAndReportsAFailure) {
     api.Test_3ph.answers({C_Busy});
-    EXPECT_EQ(run("2\n1\n" + dialogue("", "", "")),
+    EXPECT_EQ(run(dialogue("2\n1\n", "", "")),
               C_TypeMenu +
                   "Select test method: \n1. AUTO\n2. Excite 3ph, measure 1ph\n3. Excite 1ph, measure 1ph\n"
                   "4. Excite 3ph, measure 3ph\n5. Simulate test\n6. Test ALL modes: 3-3, 3-1, 1-1\n"
@@ -365,10 +365,10 @@ TEST_F(ThreePhase, WritesHeaderAndRowsInTheOrderOfTheColumns) {
 
     std::string row = "T1;3Ph AUTO;UP;24.00000000;60";
     const auto numbers = [&row](std::initializer_list<int> values) {
-        for (const int value : values) row += ";" + std::to_string(value) + ".00000000";
+        for (const int value : values) row.append(";").append(std::to_string(value)).append(".00000000");
     };
     const auto angles = [&row](std::initializer_list<int> values) {
-        for (const int value : values) row += ";" + std::to_string(value) + ".000000";
+        for (const int value : values) row.append(";").append(std::to_string(value)).append(".000000");
     };
     numbers({1, 24, 47, 2, 25, 48});
     row += ";A = (H1-H2) / (X1-X0)";
@@ -488,7 +488,7 @@ TEST_F(ThreePhase, KeepsFinishedRowsWhicheverCallFails) {
         api.calls = {};
         api.calls.fail_call = call;
         std::filesystem::remove(file);
-        Console console("1\n" + dialogue("2\n4\n", "A", "T1") + "0\n");
+        Console console(dialogue("1\n2\n4\n", "A", "T1") + "0\n");
         MainMenu();
 
         fired = api.calls.calls_that_can_fail >= call;

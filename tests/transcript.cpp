@@ -4,6 +4,7 @@
 #include <map>
 #include <sstream>
 #include <stdexcept>
+#include <utility>
 
 namespace {
 
@@ -16,8 +17,12 @@ const std::string C_FileEnd = "end file";
 const std::string C_NoFile = "no file: ";
 const std::string C_Exit = "exit: ";
 
+bool is_typed(const std::string& line) {
+    return line == ">" || line.starts_with("> ");
+}
+
 bool is_action(const std::string& line) {
-    return line == ">" || line.starts_with("> ") || line.starts_with("! SIG") || line.starts_with(C_Exit);
+    return is_typed(line) || line.starts_with("! SIG") || line.starts_with(C_Exit);
 }
 
 class Parser {
@@ -47,18 +52,23 @@ class Parser {
     }
 
     void parse_steps() {
-        Step step;
+        Lines output;
         while (next()) {
-            if (!is_action(m_line)) {
-                step.output.push_back(m_line);
-                continue;
-            }
-            step.action = m_line;
-            m_transcript.steps.push_back(std::move(step));
-            step = {};
+            if (is_action(m_line))
+                add_action(std::exchange(output, {}));
+            else
+                output.push_back(m_line);
             if (m_line.starts_with(C_Exit)) return;
         }
         fail("the last step is `exit: status`");
+    }
+
+    void add_action(Lines output) {
+        std::vector<Step>& steps = m_transcript.steps;
+        const bool typed_ahead =
+            is_typed(m_line) && output.empty() && !steps.empty() && is_typed(steps.back().actions.back());
+        if (!typed_ahead) steps.push_back({std::move(output), {}});
+        steps.back().actions.push_back(m_line);
     }
 
     void parse_file_check() {
@@ -259,7 +269,7 @@ std::string to_text(const Transcript& transcript) {
     add({""});
     for (const Step& step : transcript.steps) {
         add(step.output);
-        add({step.action});
+        add(step.actions);
     }
     for (const FileCheck& check : transcript.files) add(as_lines(check));
     return text;
@@ -359,8 +369,8 @@ Comparison compare(const Transcript& expected, const Transcript& seen) {
     Comparison comparison;
     comparison.accepted.head = expected.head;
     for (std::size_t i = 0; i < seen.steps.size(); ++i) {
-        Step accepted{differences.add(expected.steps[i].output, seen.steps[i].output), seen.steps[i].action};
-        differences.add({expected.steps[i].action}, {seen.steps[i].action});
+        Step accepted{differences.add(expected.steps[i].output, seen.steps[i].output), seen.steps[i].actions};
+        differences.add(expected.steps[i].actions, seen.steps[i].actions);
         comparison.accepted.steps.push_back(std::move(accepted));
     }
     for (std::size_t i = 0; i < seen.files.size(); ++i) {

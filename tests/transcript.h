@@ -3,7 +3,8 @@
 //   instrument: dyn11.toml   head: `key: value` lines up to the first empty line; # starts a remark
 //
 //   Test ID: \               output to the byte; with a backslash the line does not end here
-//   > T1                     a typed line, sent when all output before it has arrived; "> ^D" ends the input
+//   > T1                     a typed line, sent when all output before it has arrived, together with those that follow
+//   > ^D                     at once; this one ends the input
 //   ...                      any lines or none; before a typed line or a signal also the start of a line
 //   progress: [...]/10       any text within a line
 //   ...{                     any lines, among them these texts, in any order and in the middle of lines too
@@ -25,10 +26,10 @@
 
 using Lines = std::vector<std::string>;
 
-// Output, and what is done when it has arrived: a line that starts with "> ", "! " or "exit: ".
+// Output, and what is done when it has arrived: typed lines, a signal or the look at the exit status.
 struct Step {
     Lines output;
-    std::string action;
+    Lines actions;  // as in the transcript
 };
 
 struct FileCheck {

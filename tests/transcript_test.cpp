@@ -61,7 +61,7 @@ TEST(Matcher, KnowsWhenNothingCanMatchAnyMore) {
 }
 
 constexpr char C_Expected[] = "instrument: a.toml\n\n"
-                              "one\n...\nprogress: [...]/10\nthree\nname: \\\n> T1\nfour\n! SIGINT\n"
+                              "one\n...\nprogress: [...]/10\nthree\nname: \\\n> T1\n>\nfour\n! SIGINT\n"
                               "...{\nfive\n...}\nexit: 0\n"
                               "file: *.csv\nsep=;\nDate;[...]\nend file\nno file: *.RAW.csv\n";
 
@@ -77,14 +77,14 @@ TEST(Transcript, IsAcceptedWithTheWildcardsThatHold) {
     Transcript seen = parse_transcript(C_Expected);
     seen.steps[0].output = {"one", "x", "y", "progress: 3/10", "new", "name: \\"};
     seen.steps[2].output = {"other"};
-    seen.steps[2].action = "exit: 1";
+    seen.steps[2].actions = {"exit: 1"};
     seen.files[0].text = {"sep=;", "Date;today", "row"};
     const Comparison comparison = compare(parse_transcript(C_Expected), seen);
-    EXPECT_EQ(comparison.difference, " one\n ...\n progress: [...]/10\n-three\n+new\n name: \\\n > T1\n four\n"
+    EXPECT_EQ(comparison.difference, " one\n ...\n progress: [...]/10\n-three\n+new\n name: \\\n > T1\n >\n four\n"
                                      " ! SIGINT\n ...{\n five\n ...}\n-five\n-exit: 0\n+exit: 1\n"
                                      " sep=;\n Date;[...]\n+row\n no file: *.RAW.csv\n");
     EXPECT_EQ(to_text(comparison.accepted), "instrument: a.toml\n\n"
-                                            "one\n...\nprogress: [...]/10\nnew\nname: \\\n> T1\nfour\n! SIGINT\n"
+                                            "one\n...\nprogress: [...]/10\nnew\nname: \\\n> T1\n>\nfour\n! SIGINT\n"
                                             "...{\nfive\n...}\nexit: 1\n"
                                             "file: *.csv\nsep=;\nDate;[...]\nrow\nend file\nno file: *.RAW.csv\n");
 }
