@@ -11,12 +11,14 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <list>
-#include <regex>
+#include <string_view>
 
 namespace {
 
 using testing::EndsWith;
 using testing::HasSubstr;
+using testing::MatchesRegex;
+using testing::StartsWith;
 
 using Lines = std::vector<std::string>;
 
@@ -107,10 +109,11 @@ class ThreePhase : public testing::Test {
 
     // The database action of each test, one digit each.
     std::string actions() const {
+        static constexpr std::string_view before = "\"{}\", ";
+        const std::string& lines = api.calls.lines;
         std::string actions;
-        const std::regex call(R"re("\{\}", (\d), progress, out\))re");
-        for (std::sregex_iterator i(api.calls.lines.begin(), api.calls.lines.end(), call), end; i != end; ++i)
-            actions += (*i)[1];
+        for (auto at = lines.find(before); at != std::string::npos; at = lines.find(before, at + 1))
+            actions += lines[at + before.size()];
         return actions;
     }
 
@@ -245,7 +248,7 @@ TEST_F(ThreePhase, RunsAllTestTypesOneAfterTheOther) {
     std::size_t row = 0;
     for (const std::string type : {"3Ph 3-3", "3Ph 3-1", "3Ph 1-1"})
         for (const std::string voltage : {"3", "6", "12", "24", "36", "47"})
-            EXPECT_THAT(rows[row++], testing::StartsWith("T1;" + type + ";DOWN;" + voltage + ".00000000;80;"));
+            EXPECT_THAT(rows[row++], StartsWith("T1;" + type + ";DOWN;" + voltage + ".00000000;80;"));
 }
 
 TEST_F(ThreePhase, TakesTheTestIDOverFromTheRecord) {
@@ -263,11 +266,13 @@ TEST_F(ThreePhase, TakesTheTestIDOverFromTheRecord) {
                                "QVL_Test_3ph(\"12:09:10\", 3ph, \"{}\", 2, progress, out) -> 0\n");
 
     const std::string name = std::filesystem::path(current_file).filename().string();
-    EXPECT_TRUE(std::regex_match(name, std::regex(R"(3\.1-range-test-\d\d-\d\d-20\d\d \d\d-\d\d-\d\d\.csv)"))) << name;
+    EXPECT_THAT(
+        name,
+        MatchesRegex(R"(3\.1-range-test-[0-9][0-9]-[0-9][0-9]-20[0-9][0-9] [0-9][0-9]-[0-9][0-9]-[0-9][0-9]\.csv)"));
     const Lines rows = rows_of(name);
     ASSERT_EQ(rows.size(), 2U);
-    EXPECT_THAT(rows[0], testing::StartsWith("12:09:09;"));
-    EXPECT_THAT(rows[1], testing::StartsWith("12:09:10;"));
+    EXPECT_THAT(rows[0], StartsWith("12:09:09;"));
+    EXPECT_THAT(rows[1], StartsWith("12:09:10;"));
 }
 
 TEST_F(ThreePhase, ReportsASingleTestToConsoleAndFile) {
@@ -279,8 +284,8 @@ TEST_F(ThreePhase, ReportsASingleTestToConsoleAndFile) {
     EXPECT_THAT(output, HasSubstr("Testing at voltage: 24, frequency: 80\nTests left: 0\nID: T7 \t"));
     EXPECT_THAT(output, EndsWith("\nTest Frequency = 0\n\n\n"));
     EXPECT_EQ(current_file, C_ResutsDir + "T7.csv");
-    EXPECT_THAT(read_file(current_file), testing::StartsWith("earlier report\n\nSerial #:;S-0042\nFrequency;80\n"
-                                                             "S/W version;3.1\nDate & Time;"));
+    EXPECT_THAT(read_file(current_file), StartsWith("earlier report\n\nSerial #:;S-0042\nFrequency;80\n"
+                                                    "S/W version;3.1\nDate & Time;"));
 }
 
 TEST_F(ThreePhase, LeavesStandardOutputInFixedNotationAfterAReport) {
@@ -350,8 +355,10 @@ TEST_F(ThreePhase, WritesHeaderAndRowsInTheOrderOfTheColumns) {
     ASSERT_EQ(lines.size(), 8U);
     EXPECT_EQ(lines[0], "sep=;");
     EXPECT_EQ(lines[1], "ZERKO software version;3.1");
-    EXPECT_TRUE(std::regex_match(
-        lines[2], std::regex(R"(Date & Time;[A-Z][a-z]{2} [A-Z][a-z]{2} [ \d]\d \d\d:\d\d:\d\d 20\d\d)")));
+    EXPECT_THAT(
+        lines[2],
+        MatchesRegex(
+            R"(Date & Time;[A-Z][a-z]{2} [A-Z][a-z]{2} [ 0-9][0-9] [0-9][0-9]:[0-9][0-9]:[0-9][0-9] 20[0-9][0-9])"));
     EXPECT_EQ(lines[3] + lines[4], "");
     EXPECT_EQ(lines[5],
               "Test ID;Type;Mode;Voltage;Frequency;Voltage A;Voltage B;Voltage C;Voltage a;Voltage b;Voltage c;"
@@ -386,7 +393,7 @@ TEST_F(ThreePhase, WritesHeaderAndRowsInTheOrderOfTheColumns) {
     numbers({12, 13, 14, 15, 16, 17, 18});
     EXPECT_EQ(lines[6], row);
 
-    EXPECT_THAT(lines[7], testing::StartsWith("T1;Unknown;DOWN;0.00000000;0;"));
+    EXPECT_THAT(lines[7], StartsWith("T1;Unknown;DOWN;0.00000000;0;"));
     EXPECT_EQ(std::count(lines[7].begin(), lines[7].end(), ';'), std::count(lines[5].begin(), lines[5].end(), ';'));
 }
 
@@ -404,7 +411,7 @@ TEST_F(ThreePhase, LosesTheRowsFromANullLabelTextOn) {
     const Lines rows = rows_of("3.1-T1.csv");
     ASSERT_EQ(rows.size(), 2U);
     EXPECT_EQ(std::count(rows[0].begin(), rows[0].end(), ';'), 76);
-    EXPECT_THAT(rows[1], testing::StartsWith("T1;Unknown;DOWN;77.00000000;"));
+    EXPECT_THAT(rows[1], StartsWith("T1;Unknown;DOWN;77.00000000;"));
     EXPECT_THAT(rows[1], EndsWith(";B = ("));
 }
 
