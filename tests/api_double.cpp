@@ -15,6 +15,11 @@ std::string to_text(ApiCalls& calls, const QVL_Parameters_3ph* parameters) {
     return "3ph";
 }
 
+std::string to_text(ApiCalls& calls, const QVL_Parameters_1ph* parameters) {
+    calls.parameters_1ph.push_back(*parameters);
+    return "1ph";
+}
+
 std::string to_text(ApiCalls&, const QVL_ProgressCallback* progress) {
     if (!progress) return "null";
     return progress->function && !progress->context ? "progress" : "progress with a context";
@@ -145,6 +150,64 @@ QVL_ResultCode QVL_CheckRecordExists(const char* test_id, bool& exists) {
 
 QVL_ResultCode QVL_FreeTestRecord(const QVL_Test_Record* record) {
     return ApiDouble::current().FreeTestRecord.call(record);
+}
+
+QVL_ResultCode QVL_CalibrateZero(const QVL_ProgressCallback* progress) {
+    return ApiDouble::current().CalibrateZero.call(progress);
+}
+
+QVL_ResultCode QVL_CalibrateVoltageBegin(double excitation_voltage, int duration, double* h1_h0, double* h2_h0,
+                                         double* h3_h0, const QVL_ProgressCallback* progress) {
+    return ApiDouble::current().CalibrateVoltageBegin.call(excitation_voltage, duration, h1_h0, h2_h0, h3_h0, progress);
+}
+
+QVL_ResultCode QVL_CalibrateVoltageEnd(double h1_h0, double h2_h0, double h3_h0, const QVL_ProgressCallback* progress) {
+    return ApiDouble::current().CalibrateVoltageEnd.call(h1_h0, h2_h0, h3_h0, progress);
+}
+
+QVL_ResultCode QVL_CalibrateHighCurrent(double excitation_voltage, double x1_x0, double x2_x0, double x3_x0,
+                                        const QVL_ProgressCallback* progress) {
+    return ApiDouble::current().CalibrateHighCurrent.call(excitation_voltage, x1_x0, x2_x0, x3_x0, progress);
+}
+
+QVL_ResultCode QVL_GetCalibrData(QVL_CalibrationData* data) {
+    return ApiDouble::current().GetCalibrData.call(data);
+}
+
+QVL_ResultCode QVL_Diagnose_SetVoltageDC(QVL_TestDirection direction, QVL_PhaseMeasure measure_hi,
+                                         QVL_PhaseMeasure measure_lo, QVL_PhaseShort short_hi, QVL_PhaseShort short_lo,
+                                         QVL_PowerSupplyType power_supply, double excitation_voltage) {
+    return ApiDouble::current().Diagnose_SetVoltageDC.call(direction, measure_hi, measure_lo, short_hi, short_lo,
+                                                           power_supply, excitation_voltage);
+}
+
+QVL_ResultCode QVL_ElevateToFactoryPrivilages(const char* access_code) {
+    return ApiDouble::current().ElevateToFactoryPrivilages.call(access_code);
+}
+
+QVL_ResultCode QVL_FactoryResetMeasurementBoard(const QVL_MeasurementBoardInfo* board,
+                                                const QVL_ProgressCallback* progress) {
+    return ApiDouble::current().FactoryResetMeasurementBoard.call(board, progress);
+}
+
+QVL_ResultCode QVL_ListRecords(QVL_TestLabelsList** list, QVL_OrderField field, bool ascending) {
+    return ApiDouble::current().ListRecords.call(list, field, ascending);
+}
+
+QVL_ResultCode QVL_FreeTestRecordsList(const QVL_TestLabelsList* list) {
+    return ApiDouble::current().FreeTestRecordsList.call(list);
+}
+
+QVL_ResultCode QVL_ReadRecord(const char* test_id, bool full, QVL_Test_Record** record) {
+    return ApiDouble::current().ReadRecord.call(test_id, full, record);
+}
+
+QVL_ResultCode QVL_DeleteRecord(const char* test_id) {
+    return ApiDouble::current().DeleteRecord.call(test_id);
+}
+
+QVL_ResultCode QVL_ClearTestDatabase() {
+    return ApiDouble::current().ClearTestDatabase.call();
 }
 
 bool Utils::CreateDir(const std::string&) {

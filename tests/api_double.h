@@ -16,6 +16,7 @@
 struct ApiCalls {
     std::string lines;                               // QVL_Test_3ph("T1", 3ph, "{}", 1, progress, out) -> 0
     std::vector<QVL_Parameters_3ph> parameters_3ph;  // of each three-phase test, byte by byte
+    std::vector<QVL_Parameters_1ph> parameters_1ph;  // of each single-phase test, likewise
 
     // The result of the n-th call that can fail is C_InjectedFailure, whatever the script says; 0: of none.
     int fail_call = 0;
@@ -26,18 +27,21 @@ constexpr QVL_ResultCode C_InjectedFailure = static_cast<QVL_ResultCode>(999);
 // How arguments are written.
 std::string to_text(ApiCalls& calls, const char* text);
 std::string to_text(ApiCalls& calls, const QVL_Parameters_3ph* parameters);
+std::string to_text(ApiCalls& calls, const QVL_Parameters_1ph* parameters);
 std::string to_text(ApiCalls& calls, const QVL_ProgressCallback* progress);
 std::string to_text(ApiCalls& calls, const QVL_Test_Record* record);
-inline std::string to_text(ApiCalls&, bool flag) {
-    return flag ? "true" : "false";
-}
-template <class Number>
-requires std::is_arithmetic_v<Number> || std::is_enum_v<Number> std::string to_text(ApiCalls&, Number number) {
-    return std::to_string(static_cast<long>(number));
-}
-template <class Pointer>
-requires std::is_pointer_v<Pointer> std::string to_text(ApiCalls&, Pointer pointer) {
-    return pointer ? "out" : "null";
+template <class Value>
+std::string to_text(ApiCalls&, Value value) {
+    if constexpr (std::is_same_v<Value, bool>) {
+        return value ? "true" : "false";
+    } else if constexpr (std::is_pointer_v<Value>) {
+        constexpr bool is_read = std::is_const_v<std::remove_pointer_t<Value>>;
+        return !value ? "null" : is_read ? "in" : "out";
+    } else if constexpr (std::is_floating_point_v<Value>) {
+        return (std::ostringstream() << value).str();
+    } else {
+        return std::to_string(static_cast<long>(value));
+    }
 }
 
 template <class Signature>
@@ -49,33 +53,33 @@ class Operation<Result(Arguments...)> {
   public:
     using Reply = std::function<Result(Arguments...)>;
 
-    Operation(const char* name, ApiCalls& calls) : m_name(name), m_calls(calls) {}
+    Operation(const char* name, ApiCalls& calls) : name_(name), calls_(calls) {}
     ~Operation() {
-        if (!m_replies.empty()) ADD_FAILURE() << m_name << ": " << m_replies.size() << " replies left over";
+        if (!replies_.empty()) ADD_FAILURE() << name_ << ": " << replies_.size() << " replies left over";
     }
     Operation(const Operation&) = delete;
     Operation& operator=(const Operation&) = delete;
 
-    void answers(Reply reply) { m_replies.push_back(std::move(reply)); }
+    void answers(Reply reply) { replies_.push_back(std::move(reply)); }
     void answers(std::initializer_list<Result> results) {
         for (const Result result : results) answers([result](Arguments...) { return result; });
     }
 
     // For calls that a test does not look at.
-    void always_answers(Reply reply) { m_default = std::move(reply); }
+    void always_answers(Reply reply) { default_ = std::move(reply); }
 
     Result call(Arguments... arguments) {
-        std::string line = std::string(m_name) + "(";
+        std::string line = std::string(name_) + "(";
         [[maybe_unused]] const char* separator = "";
         ((line += separator + written(arguments), separator = ", "), ...);
         line += ")";
         if constexpr (std::is_same_v<Result, QVL_ResultCode>) {
             const Result result =
-                ++m_calls.calls_that_can_fail == m_calls.fail_call ? C_InjectedFailure : next_reply(line)(arguments...);
-            m_calls.lines += line + " -> " + std::to_string(result) + "\n";
+                ++calls_.calls_that_can_fail == calls_.fail_call ? C_InjectedFailure : next_reply(line)(arguments...);
+            calls_.lines += line + " -> " + std::to_string(result) + "\n";
             return result;
         } else {
-            m_calls.lines += line + "\n";
+            calls_.lines += line + "\n";
             return next_reply(line)(arguments...);
         }
     }
@@ -83,24 +87,24 @@ class Operation<Result(Arguments...)> {
   private:
     template <class Argument>
     std::string written(Argument&& argument) {
-        return to_text(m_calls, argument);
+        return to_text(calls_, argument);
     }
 
     Reply next_reply(const std::string& line) {
-        if (m_replies.empty()) {
-            if (m_default) return m_default;
+        if (replies_.empty()) {
+            if (default_) return default_;
             ADD_FAILURE() << "no reply for " << line;
             return [](Arguments...) { return Result{}; };
         }
-        Reply reply = std::move(m_replies.front());
-        m_replies.pop_front();
+        Reply reply = std::move(replies_.front());
+        replies_.pop_front();
         return reply;
     }
 
-    const char* const m_name;
-    ApiCalls& m_calls;
-    std::deque<Reply> m_replies;
-    Reply m_default;
+    const char* const name_;
+    ApiCalls& calls_;
+    std::deque<Reply> replies_;
+    Reply default_;
 };
 
 // The API as the code under test meets it, for as long as this lives; one at a time.
@@ -139,8 +143,21 @@ class ApiDouble {
     OPERATION(DeleteAttachement);
     OPERATION(Test_3ph);
     OPERATION(Test_1ph);
-    OPERATION(CheckRecordExists);
+    OPERATION(CalibrateZero);
+    OPERATION(CalibrateVoltageBegin);
+    OPERATION(CalibrateVoltageEnd);
+    OPERATION(CalibrateHighCurrent);
+    OPERATION(GetCalibrData);
+    OPERATION(Diagnose_SetVoltageDC);
+    OPERATION(ElevateToFactoryPrivilages);
+    OPERATION(FactoryResetMeasurementBoard);
+    OPERATION(ListRecords);
+    OPERATION(FreeTestRecordsList);
+    OPERATION(ReadRecord);
     OPERATION(FreeTestRecord);
+    OPERATION(DeleteRecord);
+    OPERATION(ClearTestDatabase);
+    OPERATION(CheckRecordExists);
 #undef OPERATION
 };
 

@@ -4,6 +4,7 @@ set -u
 cd "${1:-$(dirname "$0")/..}" || exit 2
 status=0
 
+folders='api|output|console|runs|maintenance|simulator|tests|bench'
 ground='console/(globals|input|input_arg_parser|signal_handler|default_format)'
 
 complain() {  # what, lines
@@ -17,7 +18,8 @@ foreign_includes() {  # allowed, files...
     allowed=$1
     shift
     [ $# -gt 0 ] || return 0
-    grep -nHE '^[[:space:]]*#[[:space:]]*include[[:space:]]*"' "$@" | grep -vE "include[[:space:]]*\"($allowed)"
+    grep -nHE "^[[:space:]]*#[[:space:]]*include[[:space:]]*(\"|<($folders)/)" "$@" |
+        grep -vE "include[[:space:]]*[\"<]($allowed)"
 }
 
 sources() {  # folder

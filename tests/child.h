@@ -17,14 +17,14 @@ class Child {
         std::chrono::microseconds processor_time;
     };
 
-    explicit Child(const std::function<void()>& code) : m_pid(fork()) {
-        if (m_pid < 0) throw std::runtime_error("fork");
-        if (m_pid > 0) return;
+    explicit Child(const std::function<void()>& code) : pid_(fork()) {
+        if (pid_ < 0) throw std::runtime_error("fork");
+        if (pid_ > 0) return;
         code();
         _exit(C_CodeReturned);
     }
     ~Child() {
-        if (m_pid > 0) end_by_signal(SIGKILL);
+        if (pid_ > 0) end_by_signal(SIGKILL);
     }
     Child(const Child&) = delete;
     Child& operator=(const Child&) = delete;
@@ -32,15 +32,15 @@ class Child {
     static constexpr int C_CodeReturned = 99;
 
     End end_by_signal(int number) {
-        kill(m_pid, number);
+        kill(pid_, number);
         return wait();
     }
 
     End wait() {
         int status = 0;
         rusage usage{};
-        wait4(m_pid, &status, 0, &usage);
-        m_pid = -1;
+        wait4(pid_, &status, 0, &usage);
+        pid_ = -1;
         const auto time = std::chrono::seconds(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) +
                           std::chrono::microseconds(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec);
         if (WIFSIGNALED(status)) return {"signal " + std::to_string(WTERMSIG(status)), time};
@@ -48,5 +48,5 @@ class Child {
     }
 
   private:
-    pid_t m_pid;
+    pid_t pid_;
 };

@@ -30,7 +30,7 @@ void put_on_standard_input(const std::string& typed) {
 
 }  // namespace
 
-Console::Console(const std::string& typed) : m_screen(std::cout.rdbuf(m_output.rdbuf())) {
+Console::Console(const std::string& typed) : screen_(std::cout.rdbuf(output_.rdbuf())) {
     std::cout.clear();
     std::cout.copyfmt(std::ios(nullptr));
     put_on_standard_input(typed);
@@ -40,7 +40,7 @@ Console::Console(const std::string& typed) : m_screen(std::cout.rdbuf(m_output.r
 
 Console::~Console() {
     alarm(0);
-    std::cout.rdbuf(m_screen);
+    std::cout.rdbuf(screen_);
     std::cout.copyfmt(std::ios(nullptr));
 }
 

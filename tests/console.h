@@ -12,10 +12,10 @@ class Console {
     Console(const Console&) = delete;
     Console& operator=(const Console&) = delete;
 
-    std::string output() const { return m_output.str(); }
+    std::string output() const { return output_.str(); }
     std::string unread() const;  // typed, and read by nobody; can be asked once
 
   private:
-    std::ostringstream m_output;
-    std::streambuf* const m_screen;
+    std::ostringstream output_;
+    std::streambuf* const screen_;
 };

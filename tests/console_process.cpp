@@ -106,53 +106,53 @@ ConsoleProcess::ConsoleProcess(const ConsoleSetup& setup) {
     int screen[2];
     check(pipe2(keyboard, O_CLOEXEC) == 0, "pipe");
     check(pipe2(screen, O_CLOEXEC) == 0, "pipe");
-    m_pid = spawn(setup, keyboard[0], screen[1]);
+    pid_ = spawn(setup, keyboard[0], screen[1]);
     close(keyboard[0]);
     close(screen[1]);
-    m_keyboard = keyboard[1];
-    m_screen = screen[0];
+    keyboard_ = keyboard[1];
+    screen_ = screen[0];
 }
 
 ConsoleProcess::~ConsoleProcess() {
     close_input();
-    close(m_screen);
-    if (!m_ended) {
-        kill(m_pid, SIGKILL);
-        waitpid(m_pid, &m_wait_status, 0);
+    close(screen_);
+    if (!ended_) {
+        kill(pid_, SIGKILL);
+        waitpid(pid_, &wait_status_, 0);
     }
 }
 
 void ConsoleProcess::type(const std::string& text) {
-    check(write(m_keyboard, text.data(), text.size()) >= 0 || errno == EPIPE, "typing");
+    check(write(keyboard_, text.data(), text.size()) >= 0 || errno == EPIPE, "typing");
 }
 
 void ConsoleProcess::close_input() {
-    if (m_keyboard >= 0) close(m_keyboard);
-    m_keyboard = -1;
+    if (keyboard_ >= 0) close(keyboard_);
+    keyboard_ = -1;
 }
 
 void ConsoleProcess::send_signal(int number) const {
-    check(kill(m_pid, number) == 0, "kill");
+    check(kill(pid_, number) == 0, "kill");
 }
 
 bool ConsoleProcess::read_more(std::chrono::milliseconds limit) {
-    if (m_output_ended) return false;
-    pollfd screen = {m_screen, POLLIN, 0};
+    if (output_ended_) return false;
+    pollfd screen = {screen_, POLLIN, 0};
     const int ready = poll(&screen, 1, static_cast<int>(limit.count()));
     check(ready >= 0, "poll");
     if (ready == 0) return false;
 
     char chunk[4096];
-    const ssize_t size = read(m_screen, chunk, sizeof chunk);
+    const ssize_t size = read(screen_, chunk, sizeof chunk);
     check(size >= 0, "read");
-    m_output.append(chunk, static_cast<std::size_t>(size));
-    m_output_ended = size == 0;
+    output_.append(chunk, static_cast<std::size_t>(size));
+    output_ended_ = size == 0;
     return size > 0;
 }
 
 bool ConsoleProcess::has_ended() {
-    if (!m_ended) m_ended = waitpid(m_pid, &m_wait_status, WNOHANG) == m_pid;
-    return m_ended;
+    if (!ended_) ended_ = waitpid(pid_, &wait_status_, WNOHANG) == pid_;
+    return ended_;
 }
 
 std::string ConsoleProcess::exit_status() {
@@ -160,11 +160,11 @@ std::string ConsoleProcess::exit_status() {
     while (!has_ended() && std::chrono::steady_clock::now() < deadline)
         std::this_thread::sleep_for(std::chrono::milliseconds(2));
     if (!has_ended()) {
-        kill(m_pid, SIGKILL);
-        waitpid(m_pid, &m_wait_status, 0);
-        m_ended = true;
+        kill(pid_, SIGKILL);
+        waitpid(pid_, &wait_status_, 0);
+        ended_ = true;
         return "none: it did not end by itself";
     }
-    if (WIFSIGNALED(m_wait_status)) return "signal " + std::to_string(WTERMSIG(m_wait_status));
-    return std::to_string(WEXITSTATUS(m_wait_status));
+    if (WIFSIGNALED(wait_status_)) return "signal " + std::to_string(WTERMSIG(wait_status_));
+    return std::to_string(WEXITSTATUS(wait_status_));
 }

@@ -36,8 +36,8 @@ class ConsoleProcess {
 
     // Waits for more output; false when none has come in that time or no more can come.
     bool read_more(std::chrono::milliseconds limit);
-    const std::string& output() const { return m_output; }
-    bool output_ended() const { return m_output_ended; }
+    const std::string& output() const { return output_; }
+    bool output_ended() const { return output_ended_; }
 
     // "0", or "signal 9" when a signal ended the program. A program that does not end in time is killed.
     std::string exit_status();
@@ -45,11 +45,11 @@ class ConsoleProcess {
   private:
     bool has_ended();
 
-    pid_t m_pid = -1;
-    int m_keyboard = -1;
-    int m_screen = -1;
-    int m_wait_status = 0;
-    bool m_ended = false;
-    bool m_output_ended = false;
-    std::string m_output;
+    pid_t pid_ = -1;
+    int keyboard_ = -1;
+    int screen_ = -1;
+    int wait_status_ = 0;
+    bool ended_ = false;
+    bool output_ended_ = false;
+    std::string output_;
 };

@@ -17,20 +17,20 @@ constexpr int C_Rounds = 12;
 // One run of many short tests.
 class Sweep {
   public:
-    explicit Sweep(const std::string& time_scale) : m_process(setup(m_folder, time_scale)) {
-        m_process.type("1\n2\n4\n1\n3\n11\n5x200\n\nT1\n");
+    explicit Sweep(const std::string& time_scale) : process_(setup(folder_, time_scale)) {
+        process_.type("1\n2\n4\n1\n3\n11\n5x200\n\nT1\n");
         if (!see("Tests left: 199\n")) throw std::runtime_error("the sweep does not start:\n" + output());
     }
 
-    ConsoleProcess& process() { return m_process; }
-    const std::string& output() const { return m_process.output(); }
+    ConsoleProcess& process() { return process_; }
+    const std::string& output() const { return process_.output(); }
 
     // Reads on until the text has been printed.
     bool see(const std::string& text, milliseconds limit = C_LongestWait) {
         const auto deadline = Clock::now() + limit;
         while (output().find(text) == std::string::npos) {
-            if (Clock::now() > deadline || m_process.output_ended()) return false;
-            m_process.read_more(milliseconds(50));
+            if (Clock::now() > deadline || process_.output_ended()) return false;
+            process_.read_more(milliseconds(50));
         }
         return true;
     }
@@ -38,13 +38,13 @@ class Sweep {
     void read_for(milliseconds time) {
         const auto deadline = Clock::now() + time;
         for (auto now = Clock::now(); now < deadline; now = Clock::now())
-            m_process.read_more(std::chrono::duration_cast<milliseconds>(deadline - now) + milliseconds(1));
+            process_.read_more(std::chrono::duration_cast<milliseconds>(deadline - now) + milliseconds(1));
     }
 
     std::string exit_status() {
-        while (m_process.read_more(C_LongestWait)) {
+        while (process_.read_more(C_LongestWait)) {
         }
-        return m_process.exit_status();
+        return process_.exit_status();
     }
 
     std::ptrdiff_t announced_tests() const {
@@ -79,23 +79,23 @@ class Sweep {
     }
 
     std::string range_file() const {
-        const auto results = home_in(m_folder.path()) / "Documents/ZERKO/test-results";
+        const auto results = home_in(folder_.path()) / "Documents/ZERKO/test-results";
         for (const auto& entry : std::filesystem::directory_iterator(results))
             if (entry.path().filename().string().ends_with("-T1.csv")) return read_file(entry.path());
         return {};
     }
 
-    const TempFolder m_folder;
-    ConsoleProcess m_process;
+    const TempFolder folder_;
+    ConsoleProcess process_;
 };
 
 class AnyMoment {
   public:
-    milliseconds next() { return milliseconds(m_moment(m_random)); }
+    milliseconds next() { return milliseconds(moment_(random_)); }
 
   private:
-    std::mt19937 m_random{20240305};
-    std::uniform_int_distribution<int> m_moment{0, 300};
+    std::mt19937 random_{20240305};
+    std::uniform_int_distribution<int> moment_{0, 300};
 };
 
 TEST(KilledSweep, KeepsTheRowsOfFinishedTests) {

@@ -65,13 +65,13 @@ int signal_number(const std::string& name) {
 class Session {
   public:
     Session(const Transcript& transcript, const fs::path& folder)
-        : m_transcript(transcript), m_process(setup_of(transcript, folder)) {}
+        : transcript_(transcript), process_(setup_of(transcript, folder)) {}
 
     // As fast as the output arrives; false at the first output that does not belong.
     bool play() {
-        Matcher matcher(outputs_of(m_transcript));
-        for (std::size_t i = 0; i < m_transcript.steps.size(); ++i) {
-            const Lines& actions = m_transcript.steps[i].actions;
+        Matcher matcher(outputs_of(transcript_));
+        for (std::size_t i = 0; i < transcript_.steps.size(); ++i) {
+            const Lines& actions = transcript_.steps[i].actions;
             if (!wait_for(matcher, i, is_exit(actions)) || perform(actions) != actions) return false;
             matcher.pass(i);
         }
@@ -81,14 +81,14 @@ class Session {
     // Does every action, expected output or not, and tells what was seen before each.
     std::vector<Step> play_patiently() {
         std::vector<Step> seen;
-        for (const Step& step : m_transcript.steps) {
-            const std::size_t shown = m_process.output().size();
+        for (const Step& step : transcript_.steps) {
+            const std::size_t shown = process_.output().size();
             Matcher matcher({step.output});
             const bool is_typed = step.actions.front().starts_with(">");
             if (is_typed || !wait_for(matcher, 0, is_exit(step.actions))) read_until_quiet();
-            const std::string output = m_process.output().substr(shown);
+            const std::string output = process_.output().substr(shown);
             seen.push_back({to_lines(output), perform(step.actions)});
-            if (m_process.output_ended()) break;
+            if (process_.output_ended()) break;
         }
         return seen;
     }
@@ -100,41 +100,41 @@ class Session {
     bool wait_for(Matcher& matcher, std::size_t step, bool until_end) {
         const auto deadline = std::chrono::steady_clock::now() + C_LongestWait;
         while (std::chrono::steady_clock::now() < deadline) {
-            matcher.feed(std::string_view(m_process.output()).substr(m_matched));
-            m_matched = m_process.output().size();
-            const bool complete = !until_end || m_process.output_ended();
+            matcher.feed(std::string_view(process_.output()).substr(matched_));
+            matched_ = process_.output().size();
+            const bool complete = !until_end || process_.output_ended();
             if (complete && matcher.reached(step)) return true;
-            if (m_process.output_ended() || (matcher.lost() && !until_end)) return false;
-            m_process.read_more(C_Quiet);
+            if (process_.output_ended() || (matcher.lost() && !until_end)) return false;
+            process_.read_more(C_Quiet);
         }
         return false;
     }
 
     void read_until_quiet() {
         const auto deadline = std::chrono::steady_clock::now() + C_LongestWait;
-        while (m_process.read_more(C_Quiet) && std::chrono::steady_clock::now() < deadline) {
+        while (process_.read_more(C_Quiet) && std::chrono::steady_clock::now() < deadline) {
         }
-        m_matched = m_process.output().size();
+        matched_ = process_.output().size();
     }
 
     // What was done, as actions: at the end with the program's own exit status.
     Lines perform(const Lines& actions) {
-        if (is_exit(actions)) return {"exit: " + m_process.exit_status()};
+        if (is_exit(actions)) return {"exit: " + process_.exit_status()};
         for (const std::string& action : actions) {
             const std::string rest = action.substr(std::min<std::size_t>(2, action.size()));
             if (action.starts_with("!"))
-                m_process.send_signal(signal_number(rest));
+                process_.send_signal(signal_number(rest));
             else if (rest == "^D")
-                m_process.close_input();
+                process_.close_input();
             else
-                m_process.type(rest + "\n");
+                process_.type(rest + "\n");
         }
         return actions;
     }
 
-    const Transcript& m_transcript;
-    ConsoleProcess m_process;
-    std::size_t m_matched = 0;  // characters of the output that a matcher has been fed
+    const Transcript& transcript_;
+    ConsoleProcess process_;
+    std::size_t matched_ = 0;  // characters of the output that a matcher has been fed
 };
 
 std::vector<fs::path> files_named(const std::string& pattern, const fs::path& folder) {

@@ -13,19 +13,19 @@ class TempFolder {
     TempFolder() {
         std::string name = (std::filesystem::temp_directory_path() / "zerko-test-XXXXXX").string();
         if (!mkdtemp(name.data())) throw std::runtime_error("cannot create " + name);
-        m_path = name;
+        path_ = name;
     }
     ~TempFolder() {
         std::error_code ignored;
-        std::filesystem::remove_all(m_path, ignored);
+        std::filesystem::remove_all(path_, ignored);
     }
     TempFolder(const TempFolder&) = delete;
     TempFolder& operator=(const TempFolder&) = delete;
 
-    const std::filesystem::path& path() const { return m_path; }
+    const std::filesystem::path& path() const { return path_; }
 
   private:
-    std::filesystem::path m_path;
+    std::filesystem::path path_;
 };
 
 inline std::string read_file(const std::filesystem::path& path) {

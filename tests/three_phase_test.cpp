@@ -349,6 +349,7 @@ TEST_F(ThreePhase, WritesHeaderAndRowsInTheOrderOfTheColumns) {
     api.CheckRecordExists.answers({QVL_Success});
     answer_once(made.record);
     api.Test_3ph.answers({C_Busy});
+    write_file(folder.path() / "3.1-T1.csv", "an earlier run");
     run(dialogue("1\n", "24x2", "T1"));
 
     const Lines lines = file_lines("3.1-T1.csv");

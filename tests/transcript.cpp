@@ -27,67 +27,67 @@ bool is_action(const std::string& line) {
 
 class Parser {
   public:
-    explicit Parser(const std::string& text) : m_stream(text) {}
+    explicit Parser(const std::string& text) : stream_(text) {}
 
     Transcript parse() {
-        while (next() && !m_line.empty()) parse_head_line();
+        while (next() && !line_.empty()) parse_head_line();
         parse_steps();
         while (next()) parse_file_check();
-        return std::move(m_transcript);
+        return std::move(transcript_);
     }
 
   private:
     bool next() {
-        ++m_number;
-        return static_cast<bool>(std::getline(m_stream, m_line));
+        ++number_;
+        return static_cast<bool>(std::getline(stream_, line_));
     }
 
     [[noreturn]] void fail(const std::string& what) const {
-        throw std::runtime_error("line " + std::to_string(m_number) + ": " + what);
+        throw std::runtime_error("line " + std::to_string(number_) + ": " + what);
     }
 
     void parse_head_line() {
-        if (!m_line.starts_with("#") && m_line.find(": ") == std::string::npos) fail("the head has `key: value` lines");
-        m_transcript.head.push_back(m_line);
+        if (!line_.starts_with("#") && line_.find(": ") == std::string::npos) fail("the head has `key: value` lines");
+        transcript_.head.push_back(line_);
     }
 
     void parse_steps() {
         Lines output;
         while (next()) {
-            if (is_action(m_line))
+            if (is_action(line_))
                 add_action(std::exchange(output, {}));
             else
-                output.push_back(m_line);
-            if (m_line.starts_with(C_Exit)) return;
+                output.push_back(line_);
+            if (line_.starts_with(C_Exit)) return;
         }
         fail("the last step is `exit: status`");
     }
 
     void add_action(Lines output) {
-        std::vector<Step>& steps = m_transcript.steps;
+        std::vector<Step>& steps = transcript_.steps;
         const bool typed_ahead =
-            is_typed(m_line) && output.empty() && !steps.empty() && is_typed(steps.back().actions.back());
+            is_typed(line_) && output.empty() && !steps.empty() && is_typed(steps.back().actions.back());
         if (!typed_ahead) steps.push_back({std::move(output), {}});
-        steps.back().actions.push_back(m_line);
+        steps.back().actions.push_back(line_);
     }
 
     void parse_file_check() {
-        if (m_line.starts_with(C_NoFile)) {
-            m_transcript.files.push_back({m_line.substr(C_NoFile.size()), false, {}});
-        } else if (m_line.starts_with(C_FileBegin)) {
-            FileCheck check{m_line.substr(C_FileBegin.size()), true, {}};
-            while (next() && m_line != C_FileEnd) check.text.push_back(m_line);
-            if (!m_stream) fail("`end file` is missing");
-            m_transcript.files.push_back(std::move(check));
+        if (line_.starts_with(C_NoFile)) {
+            transcript_.files.push_back({line_.substr(C_NoFile.size()), false, {}});
+        } else if (line_.starts_with(C_FileBegin)) {
+            FileCheck check{line_.substr(C_FileBegin.size()), true, {}};
+            while (next() && line_ != C_FileEnd) check.text.push_back(line_);
+            if (!stream_) fail("`end file` is missing");
+            transcript_.files.push_back(std::move(check));
         } else {
             fail("after the exit status only files are looked at");
         }
     }
 
-    std::istringstream m_stream;
-    std::string m_line;
-    int m_number = 0;
-    Transcript m_transcript;
+    std::istringstream stream_;
+    std::string line_;
+    int number_ = 0;
+    Transcript transcript_;
 };
 
 // A line or a wildcard of several lines.
@@ -137,27 +137,27 @@ struct MarkedLine {
 // The pairing of expected and seen lines that leaves the fewest without a partner.
 class Alignment {
   public:
-    Alignment(const Lines& expected, const Lines& seen) : m_units(to_units(expected)), m_seen(seen) {
-        const std::size_t rows = m_units.size() + 1;
-        const std::size_t columns = m_seen.size() + 1;
-        m_costs.assign(rows, std::vector<std::size_t>(columns));
+    Alignment(const Lines& expected, const Lines& seen) : units_(to_units(expected)), seen_(seen) {
+        const std::size_t rows = units_.size() + 1;
+        const std::size_t columns = seen_.size() + 1;
+        costs_.assign(rows, std::vector<std::size_t>(columns));
         for (std::size_t i = rows; i-- > 0;)
-            for (std::size_t j = columns; j-- > 0;) m_costs[i][j] = cost(i, j);
+            for (std::size_t j = columns; j-- > 0;) costs_[i][j] = cost(i, j);
     }
 
     std::vector<MarkedLine> marked_lines() const {
         std::vector<MarkedLine> marked;
         std::size_t i = 0;
         std::size_t j = 0;
-        while (i < m_units.size() || j < m_seen.size()) {
-            if (pairs(i, j) && m_costs[i][j] == m_costs[i + 1][j + 1]) {
-                append(marked, C_Same, m_units[i++]);
+        while (i < units_.size() || j < seen_.size()) {
+            if (pairs(i, j) && costs_[i][j] == costs_[i + 1][j + 1]) {
+                append(marked, C_Same, units_[i++]);
                 ++j;
-            } else if (i < m_units.size() && m_costs[i][j] == m_costs[i + 1][j] + cost_of_missing(i)) {
-                append(marked, m_units[i].any_lines ? C_Same : C_Missing, m_units[i]);
+            } else if (i < units_.size() && costs_[i][j] == costs_[i + 1][j] + cost_of_missing(i)) {
+                append(marked, units_[i].any_lines ? C_Same : C_Missing, units_[i]);
                 ++i;
             } else {
-                if (!absorbs_next(i)) marked.push_back({C_Extra, m_seen[j]});
+                if (!absorbs_next(i)) marked.push_back({C_Extra, seen_[j]});
                 ++j;
             }
         }
@@ -166,30 +166,30 @@ class Alignment {
 
   private:
     bool pairs(std::size_t i, std::size_t j) const {
-        return i < m_units.size() && j < m_seen.size() && !m_units[i].any_lines &&
-               line_matches(m_units[i].source.front(), m_seen[j]);
+        return i < units_.size() && j < seen_.size() && !units_[i].any_lines &&
+               line_matches(units_[i].source.front(), seen_[j]);
     }
-    bool absorbs_next(std::size_t i) const { return i < m_units.size() && m_units[i].any_lines; }
-    std::size_t cost_of_missing(std::size_t i) const { return m_units[i].any_lines ? 0 : 1; }
+    bool absorbs_next(std::size_t i) const { return i < units_.size() && units_[i].any_lines; }
+    std::size_t cost_of_missing(std::size_t i) const { return units_[i].any_lines ? 0 : 1; }
 
     std::size_t cost(std::size_t i, std::size_t j) const {
-        const bool more_units = i < m_units.size();
-        const bool more_seen = j < m_seen.size();
+        const bool more_units = i < units_.size();
+        const bool more_seen = j < seen_.size();
         if (!more_units && !more_seen) return 0;
-        if (!more_seen) return m_costs[i + 1][j] + cost_of_missing(i);
-        const std::size_t extra = m_costs[i][j + 1] + (absorbs_next(i) ? 0 : 1);
+        if (!more_seen) return costs_[i + 1][j] + cost_of_missing(i);
+        const std::size_t extra = costs_[i][j + 1] + (absorbs_next(i) ? 0 : 1);
         if (!more_units) return extra;
-        const std::size_t best = std::min(extra, m_costs[i + 1][j] + cost_of_missing(i));
-        return pairs(i, j) ? std::min(best, m_costs[i + 1][j + 1]) : best;
+        const std::size_t best = std::min(extra, costs_[i + 1][j] + cost_of_missing(i));
+        return pairs(i, j) ? std::min(best, costs_[i + 1][j + 1]) : best;
     }
 
     static void append(std::vector<MarkedLine>& marked, char mark, const Unit& unit) {
         for (const std::string& line : unit.source) marked.push_back({mark, line});
     }
 
-    const std::vector<Unit> m_units;
-    const Lines& m_seen;
-    std::vector<std::vector<std::size_t>> m_costs;
+    const std::vector<Unit> units_;
+    const Lines& seen_;
+    std::vector<std::vector<std::size_t>> costs_;
 };
 
 // Collects the marked lines of a whole comparison.
@@ -198,7 +198,7 @@ class Differences {
     Lines add(const Lines& expected, const Lines& seen) {
         Lines accepted;
         for (const MarkedLine& line : Alignment(expected, seen).marked_lines()) {
-            m_lines.push_back(line);
+            lines_.push_back(line);
             if (line.mark != C_Missing) accepted.push_back(line.text);
         }
         add_missing_mentions(expected, seen);
@@ -209,16 +209,16 @@ class Differences {
     std::string to_text() const {
         constexpr std::size_t C_Context = 4;
         std::set<std::size_t> shown;
-        for (std::size_t i = 0; i < m_lines.size(); ++i) {
-            if (m_lines[i].mark == C_Same) continue;
+        for (std::size_t i = 0; i < lines_.size(); ++i) {
+            if (lines_[i].mark == C_Same) continue;
             const std::size_t first = i < C_Context ? 0 : i - C_Context;
-            for (std::size_t k = first; k <= std::min(i + C_Context, m_lines.size() - 1); ++k) shown.insert(k);
+            for (std::size_t k = first; k <= std::min(i + C_Context, lines_.size() - 1); ++k) shown.insert(k);
         }
         std::string text;
         std::size_t expected_next = 0;
         for (const std::size_t i : shown) {
             if (i != expected_next) text += "@@\n";
-            text += m_lines[i].mark + m_lines[i].text + "\n";
+            text += lines_[i].mark + lines_[i].text + "\n";
             expected_next = i + 1;
         }
         return text;
@@ -228,11 +228,11 @@ class Differences {
     void add_missing_mentions(const Lines& expected, const Lines& seen) {
         for (const std::string& mention : mentions_of(expected)) {
             const auto holds = [&mention](const std::string& line) { return line.find(mention) != std::string::npos; };
-            if (std::none_of(seen.begin(), seen.end(), holds)) m_lines.push_back({C_Missing, mention});
+            if (std::none_of(seen.begin(), seen.end(), holds)) lines_.push_back({C_Missing, mention});
         }
     }
 
-    std::vector<MarkedLine> m_lines;
+    std::vector<MarkedLine> lines_;
 };
 
 Lines as_lines(const FileCheck& check) {
@@ -286,17 +286,17 @@ Matcher::Matcher(const std::vector<Lines>& steps) {
     for (const Lines& lines : steps) {
         for (const Unit& unit : to_units(lines)) {
             if (unit.any_lines) {
-                m_tokens.push_back({Kind::line_start, 0});
-                m_tokens.push_back({Kind::within_line, 0});
+                tokens_.push_back({Kind::line_start, 0});
+                tokens_.push_back({Kind::within_line, 0});
             } else {
                 add_line(unit.source.front());
             }
         }
-        m_actions.push_back(m_tokens.size());
-        m_tokens.push_back({Kind::action, 0});
-        m_mentions.push_back(mentions_of(lines));
+        actions_.push_back(tokens_.size());
+        tokens_.push_back({Kind::action, 0});
+        mentions_.push_back(mentions_of(lines));
     }
-    activate(m_active, 0);
+    activate(active_, 0);
 }
 
 void Matcher::add_line(const std::string& line) {
@@ -304,38 +304,38 @@ void Matcher::add_line(const std::string& line) {
     const std::string text = has_end ? line + "\n" : line.substr(0, line.size() - 1);
     for (std::size_t i = 0; i < text.size(); ++i) {
         if (text.compare(i, C_AnyText.size(), C_AnyText) == 0) {
-            m_tokens.push_back({Kind::any_text, 0});
+            tokens_.push_back({Kind::any_text, 0});
             i += C_AnyText.size() - 1;
         } else {
-            m_tokens.push_back({Kind::character, text[i]});
+            tokens_.push_back({Kind::character, text[i]});
         }
     }
 }
 
 // A token that may stand for nothing lets the next one meet the same character.
 void Matcher::activate(std::set<std::size_t>& active, std::size_t token) const {
-    if (token == m_tokens.size() || !active.insert(token).second) return;
-    switch (m_tokens[token].kind) {
+    if (token == tokens_.size() || !active.insert(token).second) return;
+    switch (tokens_[token].kind) {
     case Kind::character: break;
     case Kind::any_text: activate(active, token + 1); break;
     case Kind::line_start: activate(active, token + 2); break;
     case Kind::within_line:
-        if (m_tokens[token + 1].kind == Kind::action) activate(active, token + 1);
+        if (tokens_[token + 1].kind == Kind::action) activate(active, token + 1);
         break;
     case Kind::action:
-        if (m_passed > 0 && token <= m_actions[m_passed - 1]) activate(active, token + 1);
+        if (passed_ > 0 && token <= actions_[passed_ - 1]) activate(active, token + 1);
         break;
     }
 }
 
 void Matcher::feed(std::string_view output) {
-    m_step_output += output;
+    step_output_ += output;
     for (const char character : output) {
         std::set<std::size_t> next;
-        for (const std::size_t token : m_active) {
-            switch (m_tokens[token].kind) {
+        for (const std::size_t token : active_) {
+            switch (tokens_[token].kind) {
             case Kind::character:
-                if (m_tokens[token].character == character) activate(next, token + 1);
+                if (tokens_[token].character == character) activate(next, token + 1);
                 break;
             case Kind::any_text:
                 if (character != '\n') activate(next, token);
@@ -345,23 +345,22 @@ void Matcher::feed(std::string_view output) {
             case Kind::action: break;
             }
         }
-        m_active = std::move(next);
+        active_ = std::move(next);
     }
 }
 
 bool Matcher::reached(std::size_t step) const {
-    if (!m_active.contains(m_actions[step])) return false;
+    if (!active_.contains(actions_[step])) return false;
     std::map<std::string, std::size_t> wanted;
-    for (const std::string& mention : m_mentions[step]) ++wanted[mention];
-    return std::all_of(wanted.begin(), wanted.end(), [this](const auto& mention) {
-        return count_of(m_step_output, mention.first) >= mention.second;
-    });
+    for (const std::string& mention : mentions_[step]) ++wanted[mention];
+    return std::all_of(wanted.begin(), wanted.end(),
+                       [this](const auto& mention) { return count_of(step_output_, mention.first) >= mention.second; });
 }
 
 void Matcher::pass(std::size_t step) {
-    m_passed = step + 1;
-    m_step_output.clear();
-    if (m_active.contains(m_actions[step])) activate(m_active, m_actions[step] + 1);
+    passed_ = step + 1;
+    step_output_.clear();
+    if (active_.contains(actions_[step])) activate(active_, actions_[step] + 1);
 }
 
 Comparison compare(const Transcript& expected, const Transcript& seen) {

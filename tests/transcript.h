@@ -62,7 +62,7 @@ class Matcher {
     void feed(std::string_view output);
     bool reached(std::size_t step) const;  // all that came so far can be the whole output up to this step's action
     void pass(std::size_t step);           // this step's action has been done
-    bool lost() const { return m_active.empty(); }  // whatever comes, no step can be reached any more
+    bool lost() const { return active_.empty(); }  // whatever comes, no step can be reached any more
 
   private:
     enum class Kind { character, any_text, line_start, within_line, action };
@@ -74,12 +74,12 @@ class Matcher {
     void add_line(const std::string& line);
     void activate(std::set<std::size_t>& active, std::size_t token) const;
 
-    std::vector<Token> m_tokens;
-    std::vector<std::size_t> m_actions;  // position of each step's action among the tokens
-    std::vector<Lines> m_mentions;       // texts that each step's output has to mention
-    std::set<std::size_t> m_active;      // tokens that may meet the next character
-    std::size_t m_passed = 0;            // steps
-    std::string m_step_output;           // since the last action
+    std::vector<Token> tokens_;
+    std::vector<std::size_t> actions_;  // position of each step's action among the tokens
+    std::vector<Lines> mentions_;       // texts that each step's output has to mention
+    std::set<std::size_t> active_;      // tokens that may meet the next character
+    std::size_t passed_ = 0;            // steps
+    std::string step_output_;           // since the last action
 };
 
 // Expected and seen transcripts side by side.
