@@ -251,6 +251,19 @@ TEST_F(ThreePhase, RunsAllTestTypesOneAfterTheOther) {
             EXPECT_THAT(rows[row++], StartsWith("T1;" + type + ";DOWN;" + voltage + ".00000000;80;"));
 }
 
+TEST_F(ThreePhase, BringsEachRowToTheFileBeforeTheNextTest) {
+    DeviceRecord made("T1");
+    api.CheckRecordExists.answers({QVL_Success});
+    for (std::size_t rows = 0; rows < 3; ++rows) {
+        api.Test_3ph.answers([this, &made, rows](auto... arguments) {
+            EXPECT_EQ(rows_of("3.1-T1.csv").size(), rows);
+            return delivers(made.record)(arguments...);
+        });
+        api.FreeTestRecord.answers({QVL_Success});
+    }
+    run(dialogue("1\n", "5x3", "T1"));
+}
+
 TEST_F(ThreePhase, TakesTheTestIDOverFromTheRecord) {
     DeviceRecord first("12:09:09");
     DeviceRecord second("12:09:10");

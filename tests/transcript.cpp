@@ -353,8 +353,10 @@ bool Matcher::reached(std::size_t step) const {
     if (!active_.contains(actions_[step])) return false;
     std::map<std::string, std::size_t> wanted;
     for (const std::string& mention : mentions_[step]) ++wanted[mention];
-    return std::all_of(wanted.begin(), wanted.end(),
-                       [this](const auto& mention) { return count_of(step_output_, mention.first) >= mention.second; });
+    const std::string whole_lines = step_output_.substr(0, step_output_.rfind('\n') + 1);
+    return std::all_of(wanted.begin(), wanted.end(), [&whole_lines](const auto& mention) {
+        return count_of(whole_lines, mention.first) >= mention.second;
+    });
 }
 
 void Matcher::pass(std::size_t step) {

@@ -7,7 +7,7 @@
 //   > ^D                     at once; this one ends the input
 //   ...                      any lines or none; before a typed line or a signal also the start of a line
 //   progress: [...]/10       any text within a line
-//   ...{                     any lines, among them these texts, in any order and in the middle of lines too
+//   ...{                     any lines; in them, in any order and in the middle of lines too, these texts
 //   AFTER QVL_CancelOperation
 //   ...}
 //   ! SIGINT                 a signal, sent when all output before it has arrived

@@ -38,7 +38,7 @@ TEST(Matcher, TakesLinesToTheByte) {
         {{{"...", "0. Exit"}, {"left"}},         "1\n0. Exit\nleft\n",   true },
         {{{"...{", "b", "a", "...}", "end"}},    "a b\nend\n",           true },
         {{{"...{", "b", "b", "...}", "end"}},    "a b\nend\n",           false},
-        {{{"...{", "ab", "...}"}, {"..."}},      "xa",                   false},
+        {{{"...{", "ab", "...}"}, {"..."}},      "x\nxab",               false},
         {{{"...{", "ab", "...}"}, {"...", "c"}}, "xaby\nc\n",            true },
     };
     for (const auto& c : cases) EXPECT_EQ(meets(c.steps, c.output), c.meets) << c.output;
