@@ -64,6 +64,9 @@ class Parser {
     }
 
     void add_action(Lines output) {
+        const auto begins = std::count(output.begin(), output.end(), C_MentionsBegin);
+        if (begins != std::count(output.begin(), output.end(), C_MentionsEnd))
+            fail("`...}` is missing before this line");
         std::vector<Step>& steps = transcript_.steps;
         const bool typed_ahead =
             is_typed(line_) && output.empty() && !steps.empty() && is_typed(steps.back().actions.back());

@@ -91,10 +91,11 @@ TEST(Transcript, IsAcceptedWithTheWildcardsThatHold) {
 
 TEST(Transcript, NamesTheLineThatIsWrong) {
     for (const auto& [text, message] : {
-             std::pair{"remark\n\nexit: 0\n",       "line 1: the head has `key: value` lines"               },
-             std::pair{"\none\n> 1\n",              "line 4: the last step is `exit: status`"               },
-             std::pair{"\nexit: 0\none\n",          "line 3: after the exit status only files are looked at"},
-             std::pair{"\nexit: 0\nfile: x\none\n", "line 5: `end file` is missing"                         },
+             std::pair{"remark\n\nexit: 0\n",               "line 1: the head has `key: value` lines"               },
+             std::pair{"\none\n> 1\n",                      "line 4: the last step is `exit: status`"               },
+             std::pair{"\n...{\none\n> 1\n...}\nexit: 0\n", "line 4: `...}` is missing before this line"            },
+             std::pair{"\nexit: 0\none\n",                  "line 3: after the exit status only files are looked at"},
+             std::pair{"\nexit: 0\nfile: x\none\n",         "line 5: `end file` is missing"                         },
     }) {
         try {
             parse_transcript(text);
