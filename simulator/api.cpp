@@ -10,6 +10,7 @@
 #include <map>
 #include <memory>
 #include <new>
+#include <vector>
 
 namespace simulator {
 namespace {
@@ -23,6 +24,20 @@ using RecordsOut = std::map<const QVL_Test_Record*, std::unique_ptr<OwnedRecord>
 RecordsOut& records_out() {
     static auto* const records = new RecordsOut;
     return *records;
+}
+
+// A list with the records that its labels' texts belong to.
+struct OwnedList {
+    std::vector<std::unique_ptr<OwnedRecord>> records;
+    std::vector<QVL_TestLabel> labels;
+    QVL_TestLabelsList list{};
+};
+using ListsOut = std::map<const QVL_TestLabelsList*, std::unique_ptr<OwnedList>>;
+
+// The lists that the console tester holds.
+ListsOut& lists_out() {
+    static auto* const lists = new ListsOut;
+    return *lists;
 }
 
 // No exception leaves the library.
@@ -50,13 +65,14 @@ template <class Work>
 QVL_ResultCode on_device(const char* operation, Work work) noexcept {
     return guarded([&] {
         Device& device = running();
-        device.count_call(operation);
-        work(device);
+        try {
+            device.count_call(operation);
+            work(device);
+        } catch (const Failure& failure) {
+            device.log(operation, failure);
+            throw;
+        }
     });
-}
-
-QVL_ResultCode not_supported(const char* operation) noexcept {
-    return on_device(operation, [](Device&) { throw Failure(code::not_supported); });
 }
 
 void require(bool condition) {
@@ -75,6 +91,16 @@ QVL_Test_Record* hand_out(std::unique_ptr<OwnedRecord> owned) {
     QVL_Test_Record* record = owned->record();
     records_out()[record] = std::move(owned);
     return record;
+}
+
+QVL_TestLabelsList* hand_out(std::vector<std::unique_ptr<OwnedRecord>> records) {
+    auto owned = std::make_unique<OwnedList>();
+    owned->records = std::move(records);
+    for (const auto& record : owned->records) owned->labels.push_back(record->label());
+    owned->list = {owned->labels.data(), static_cast<std::uint32_t>(owned->labels.size())};
+    QVL_TestLabelsList* list = &owned->list;
+    lists_out()[list] = std::move(owned);
+    return list;
 }
 
 }  // namespace
@@ -99,6 +125,7 @@ QVL_ResultCode QVL_Lib_InitializeTestStation(const char* serial_port, QVL_Status
 QVL_ResultCode QVL_Lib_Shutdown() {
     return on_device("QVL_Lib_Shutdown", [](Device& device) {
         if (operation_in_progress()) throw Failure(code::device_busy);
+        device.log("Shut down");
         running_device = nullptr;
         delete &device;
     });
@@ -116,11 +143,12 @@ QVL_ResultCode QVL_CheckConnection() {
 
 QVL_ResultCode QVL_GetStatus(QVL_Status* status) {
     return guarded([&] {
-        Device& device = running();
-        device.refresh();  // before its fault, so that a fault can be taken back
-        device.count_call("QVL_GetStatus");
-        require(status);
-        *status = device.status();
+        running().refresh();  // before its fault, so that a fault can be taken back
+        const QVL_ResultCode code = on_device("QVL_GetStatus", [&](Device& device) {
+            require(status);
+            *status = device.status();
+        });
+        if (code != QVL_Success) throw Failure(code);
     });
 }
 
@@ -142,20 +170,27 @@ QVL_ResultCode QVL_SetDebugEnabled(bool enabled) {
     return on_device("QVL_SetDebugEnabled", [&](Device& device) { device.set_debug(enabled); });
 }
 
-QVL_ResultCode QVL_ReadFile(QVL_ReadFileType, bool, char*, unsigned, unsigned&, bool&) {
-    return not_supported("QVL_ReadFile");
+QVL_ResultCode QVL_ReadFile(QVL_ReadFileType type, bool first, char* buffer, unsigned buffer_size, unsigned& bytes_read,
+                            bool& more) {
+    bytes_read = 0;
+    more = false;
+    return on_device("QVL_ReadFile", [&](Device& device) {
+        if (type != QVL_ReadFile_ErrorLog) throw Failure(code::not_supported);
+        require(buffer && buffer_size > 0);
+        bytes_read = static_cast<unsigned>(device.read_log(first, buffer, buffer_size, more));
+    });
 }
 
-QVL_ResultCode QVL_CloseTapChangerManual(QVL_TCDirection) {
-    return not_supported("QVL_CloseTapChangerManual");
+QVL_ResultCode QVL_CloseTapChangerManual(QVL_TCDirection direction) {
+    return on_device("QVL_CloseTapChangerManual", [&](Device& device) { device.move_tap_changer(direction); });
 }
 
 QVL_ResultCode QVL_Reboot() {
-    return not_supported("QVL_Reboot");
+    return on_device("QVL_Reboot", [](Device& device) { device.reboot(); });
 }
 
 QVL_ResultCode QVL_PowerOff() {
-    return not_supported("QVL_PowerOff");
+    return on_device("QVL_PowerOff", [](Device& device) { device.power_off(); });
 }
 
 QVL_ResultCode QVL_CancelOperation() {
@@ -163,20 +198,34 @@ QVL_ResultCode QVL_CancelOperation() {
     return QVL_Success;
 }
 
-QVL_ResultCode QVL_AddAttachement(const char*, const char*, const char*, const QVL_ProgressCallback*) {
-    return not_supported("QVL_AddAttachement");
+QVL_ResultCode QVL_AddAttachement(const char* test_id, const char* source_path, const char* name,
+                                  const QVL_ProgressCallback* progress) {
+    return on_device("QVL_AddAttachement", [&](Device& device) {
+        require(test_id && source_path && name && *name);
+        device.add_attachment(test_id, source_path, name, progress);
+    });
 }
 
-QVL_ResultCode QVL_BeginReadAttachement(const char*, const char*, unsigned long long*) {
-    return not_supported("QVL_BeginReadAttachement");
+QVL_ResultCode QVL_BeginReadAttachement(const char* test_id, const char* name, unsigned long long* size) {
+    return on_device("QVL_BeginReadAttachement", [&](Device& device) {
+        require(test_id && name && size);
+        *size = device.begin_read_attachment(test_id, name);
+    });
 }
 
-QVL_ResultCode QVL_EndReadAttachementFull(char*, unsigned, unsigned&) {
-    return not_supported("QVL_EndReadAttachementFull");
+QVL_ResultCode QVL_EndReadAttachementFull(char* buffer, unsigned buffer_size, unsigned& bytes_read) {
+    bytes_read = 0;
+    return on_device("QVL_EndReadAttachementFull", [&](Device& device) {
+        require(buffer || buffer_size == 0);
+        bytes_read = static_cast<unsigned>(device.end_read_attachment(buffer, buffer_size));
+    });
 }
 
-QVL_ResultCode QVL_DeleteAttachement(const char*, const char*) {
-    return not_supported("QVL_DeleteAttachement");
+QVL_ResultCode QVL_DeleteAttachement(const char* test_id, const char* name) {
+    return on_device("QVL_DeleteAttachement", [&](Device& device) {
+        require(test_id && name);
+        device.delete_attachment(test_id, name);
+    });
 }
 
 QVL_ResultCode QVL_Test_3ph(const char* test_id, const QVL_Parameters_3ph* parameters, const char*, QVL_DBAction action,
@@ -187,9 +236,41 @@ QVL_ResultCode QVL_Test_3ph(const char* test_id, const QVL_Parameters_3ph* param
     });
 }
 
-QVL_ResultCode QVL_Test_1ph(const char*, const QVL_Parameters_1ph*, const char*, QVL_DBAction,
-                            const QVL_ProgressCallback*, QVL_Test_Record**) {
-    return not_supported("QVL_Test_1ph");
+QVL_ResultCode QVL_Test_1ph(const char* test_id, const QVL_Parameters_1ph* parameters, const char*, QVL_DBAction action,
+                            const QVL_ProgressCallback* progress, QVL_Test_Record** record) {
+    return on_device("QVL_Test_1ph", [&](Device& device) {
+        require(parameters && record);
+        *record = hand_out(device.test_single_phase(test_id, *parameters, action, progress));
+    });
+}
+
+QVL_ResultCode QVL_ListRecords(QVL_TestLabelsList** list, QVL_OrderField field, bool ascending) {
+    return on_device("QVL_ListRecords", [&](Device& device) {
+        require(list);
+        *list = hand_out(device.list_records(field, ascending));
+    });
+}
+
+QVL_ResultCode QVL_FreeTestRecordsList(const QVL_TestLabelsList* list) {
+    return guarded([&] { require(!list || lists_out().erase(list) == 1); });
+}
+
+QVL_ResultCode QVL_ReadRecord(const char* test_id, bool full, QVL_Test_Record** record) {
+    return on_device("QVL_ReadRecord", [&](Device& device) {
+        require(test_id && record);
+        *record = hand_out(device.read_record(test_id, full));
+    });
+}
+
+QVL_ResultCode QVL_DeleteRecord(const char* test_id) {
+    return on_device("QVL_DeleteRecord", [&](Device& device) {
+        require(test_id);
+        device.delete_record(test_id);
+    });
+}
+
+QVL_ResultCode QVL_ClearTestDatabase() {
+    return on_device("QVL_ClearTestDatabase", [](Device& device) { device.clear_database(); });
 }
 
 QVL_ResultCode QVL_CheckRecordExists(const char* test_id, bool& exists) {
@@ -201,4 +282,63 @@ QVL_ResultCode QVL_CheckRecordExists(const char* test_id, bool& exists) {
 
 QVL_ResultCode QVL_FreeTestRecord(const QVL_Test_Record* record) {
     return guarded([&] { require(!record || records_out().erase(record) == 1); });
+}
+
+QVL_ResultCode QVL_CalibrateZero(const QVL_ProgressCallback* progress) {
+    return on_device("QVL_CalibrateZero", [&](Device& device) { device.calibrate_zero(progress); });
+}
+
+QVL_ResultCode QVL_CalibrateVoltageBegin(double excitation_voltage, int duration, double* h1_h0, double* h2_h0,
+                                         double* h3_h0, const QVL_ProgressCallback* progress) {
+    return on_device("QVL_CalibrateVoltageBegin", [&](Device& device) {
+        require(h1_h0 && h2_h0 && h3_h0);
+        const auto readings = device.begin_voltage_calibration(excitation_voltage, duration, progress);
+        *h1_h0 = readings[0];
+        *h2_h0 = readings[1];
+        *h3_h0 = readings[2];
+    });
+}
+
+QVL_ResultCode QVL_CalibrateVoltageEnd(double h1_h0, double h2_h0, double h3_h0, const QVL_ProgressCallback* progress) {
+    return on_device("QVL_CalibrateVoltageEnd", [&](Device& device) {
+        device.end_voltage_calibration({h1_h0, h2_h0, h3_h0}, progress);
+    });
+}
+
+QVL_ResultCode QVL_CalibrateHighCurrent(double excitation_voltage, double x1_x0, double x2_x0, double x3_x0,
+                                        const QVL_ProgressCallback* progress) {
+    return on_device("QVL_CalibrateHighCurrent", [&](Device& device) {
+        device.calibrate_high_current(excitation_voltage, {x1_x0, x2_x0, x3_x0}, progress);
+    });
+}
+
+QVL_ResultCode QVL_GetCalibrData(QVL_CalibrationData* data) {
+    return on_device("QVL_GetCalibrData", [&](Device& device) {
+        require(data);
+        *data = device.calibration();
+    });
+}
+
+QVL_ResultCode QVL_Diagnose_SetVoltageDC(QVL_TestDirection direction, QVL_PhaseMeasure measure_hi,
+                                         QVL_PhaseMeasure measure_lo, QVL_PhaseShort short_hi, QVL_PhaseShort short_lo,
+                                         QVL_PowerSupplyType power_supply, double excitation_voltage) {
+    return on_device("QVL_Diagnose_SetVoltageDC", [&](Device& device) {
+        device.apply_direct_voltage(
+            {direction, measure_hi, measure_lo, short_hi, short_lo, power_supply, excitation_voltage});
+    });
+}
+
+QVL_ResultCode QVL_ElevateToFactoryPrivilages(const char* access_code) {
+    return on_device("QVL_ElevateToFactoryPrivilages", [&](Device& device) {
+        require(access_code);
+        device.elevate_privileges(access_code);
+    });
+}
+
+QVL_ResultCode QVL_FactoryResetMeasurementBoard(const QVL_MeasurementBoardInfo* board,
+                                                const QVL_ProgressCallback* progress) {
+    return on_device("QVL_FactoryResetMeasurementBoard", [&](Device& device) {
+        require(board);
+        device.factory_reset(*board, progress);
+    });
 }

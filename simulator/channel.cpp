@@ -1,5 +1,6 @@
 #include "simulator/channel.h"
 
+#include <algorithm>
 #include <cmath>
 #include <iterator>
 #include <numbers>
@@ -34,6 +35,12 @@ std::size_t gain_for(double signal_peak, std::span<const double> choices) {
     return range;
 }
 
+// The rms of a signal with the board's pick-up, as far as the correction leaves it in.
+double with_pickup(Complex signal, double pickup, double corrected, double divider) {
+    const double left = (pickup * pickup - corrected * corrected) * divider * divider;
+    return std::sqrt(std::max(0.0, std::norm(signal) + left));
+}
+
 }  // namespace
 
 double Noise::unit() {
@@ -62,6 +69,7 @@ Coefficients::Coefficients() {
     for (auto& phase : gain_low)
         for (auto& gain : phase) gain.fill(1.0);
     current.fill(1.0);
+    rms.fill(1.0);
 }
 
 Coefficients board_coefficients(const ChannelData& data, std::uint64_t seed) {
@@ -78,6 +86,8 @@ Coefficients board_coefficients(const ChannelData& data, std::uint64_t seed) {
     for (auto& phase : board.gain_low)
         for (auto& row : phase) spread(row, 1.0, data.gain_error);
     spread(board.current, 1.0, data.gain_error);
+    for (auto& row : board.zero_rms) spread(row, data.offset / 20.0, data.offset / 20.0);
+    spread(board.rms, 1.0, data.gain_error);
     return board;
 }
 
@@ -89,7 +99,8 @@ Reading Channel::high_voltage(int phase, Complex volts) {
                      board_.shift_high[at][pga] * dividers[lt];
     const auto real = (raw - correction_.shift_high[at][pga] * dividers[lt]) /
                       (correction_.divider_high[lt][at] * correction_.gain_high[pga][at]);
-    return {real, dividers[lt], gains[pga]};
+    const double rms = with_pickup(real, board_.zero_rms[at][pga], correction_.zero_rms[at][pga], dividers[lt]);
+    return {real, rms * board_.rms[at] / correction_.rms[at], dividers[lt], gains[pga]};
 }
 
 Reading Channel::low_voltage(int phase, Complex volts) {
@@ -102,18 +113,25 @@ Reading Channel::low_voltage(int phase, Complex volts) {
                      board_.shift_low[at][pga] * dividers[lt];
     const auto real = (raw - correction_.shift_low[at][pga] * dividers[lt]) /
                       (correction_.divider_low[lt][at] * correction_.gain_low[at][pga][pga_2]);
-    return {real, dividers[lt], gains[pga], second_gains[pga_2]};
+    const double rms = with_pickup(real, board_.zero_rms[at][pga], correction_.zero_rms[at][pga], dividers[lt]);
+    return {real, rms, dividers[lt], gains[pga], second_gains[pga_2]};
 }
 
 Reading Channel::current(int phase, Complex amperes) {
     const auto at = static_cast<std::size_t>(phase);
     const auto pga = gain_for(peak(amperes) * shunt, current_gains);
-    return {noisy(amperes, 1.0 / current_gains[pga]) * board_.current[at] / correction_.current[at], 1.0,
-            current_gains[pga]};
+    const auto real = noisy(amperes, 1.0 / current_gains[pga]) * board_.current[at] / correction_.current[at];
+    return {real, std::abs(real), 1.0, current_gains[pga]};
+}
+
+ZeroReading Channel::zero(std::size_t phase, std::size_t gain) {
+    const double noise = noise_scale_ * data_.noise_floor;
+    return {board_.shift_high[phase][gain] + noise * noise_.normal(),
+            board_.shift_low[phase][gain] + noise * noise_.normal(), board_.zero_rms[phase][gain]};
 }
 
 Complex Channel::noisy(Complex value, double divider) {
-    return value + (data_.noise * std::abs(value) + data_.noise_floor * divider) * noise_.of_phasor();
+    return value + noise_scale_ * (data_.noise * std::abs(value) + data_.noise_floor * divider) * noise_.of_phasor();
 }
 
 }  // namespace simulator

@@ -4,6 +4,7 @@
 #include "simulator/transformer.h"
 
 #include <array>
+#include <cmath>
 #include <cstdint>
 #include <random>
 
@@ -38,6 +39,8 @@ struct Coefficients {
     Table<4, 3> gain_high;                // by PGA 1 gain and phase
     std::array<Table<4, 3>, 3> gain_low;  // by phase, PGA 2 gain and PGA 3 gain
     std::array<double, 3> current;        // by phase
+    Table<3, 4> zero_rms{};               // volts behind a divider that an rms reading takes up, by phase and gain
+    std::array<double, 3> rms;            // of an rms reading of the high side, by phase
 };
 
 struct ChannelData {
@@ -52,22 +55,32 @@ Coefficients board_coefficients(const ChannelData& data, std::uint64_t seed);
 
 // What one input reads.
 struct Reading {
-    Complex value;         // volts or amperes
+    Complex value;         // volts or amperes, the fundamental
+    double rms = 0.0;      // the whole signal
     double divider = 1.0;  // by how much the input is divided
     double gain = 1.0;     // of the first amplifier
     double gain_2 = 1.0;   // of the second amplifier, on the low side
 };
 
+// What an input reads of the board alone while its leads are shorted, in volts behind the divider.
+struct ZeroReading {
+    double high, low, rms;
+};
+
 class Channel {
   public:
-    // `correction` holds what calibration knows about the board.
-    Channel(const ChannelData& data, const Coefficients& board, const Coefficients& correction, Noise& noise)
-        : data_(data), board_(board), correction_(correction), noise_(noise) {}
+    // `correction` holds what calibration knows about the board. Each reading is the mean of `averaged` ones.
+    Channel(const ChannelData& data, const Coefficients& board, const Coefficients& correction, Noise& noise,
+            double averaged = 1.0)
+        : data_(data), board_(board), correction_(correction), noise_(noise), noise_scale_(1.0 / std::sqrt(averaged)) {}
 
     // Each takes the true value at the input of that phase, 0 to 2, and chooses the range by its size.
     Reading high_voltage(int phase, Complex volts);
     Reading low_voltage(int phase, Complex volts);
     Reading current(int phase, Complex amperes);
+
+    // Uncorrected, at one of the four gains.
+    ZeroReading zero(std::size_t phase, std::size_t gain);
 
   private:
     Complex noisy(Complex value, double divider);
@@ -76,6 +89,7 @@ class Channel {
     const Coefficients& board_;
     const Coefficients& correction_;
     Noise& noise_;
+    double noise_scale_;
 };
 
 }  // namespace simulator

@@ -63,6 +63,13 @@ constexpr Column data_3ph[] = {
     COLUMN(QVL_TestData_3ph, Phase_3PH),
 };
 
+constexpr Column data_1ph[] = {
+    COLUMN(QVL_TestData_1ph, test_mode),
+    COLUMN(QVL_TestData_1ph, frequency),
+    COLUMN(QVL_TestData_1ph, voltage),
+    COLUMN(QVL_TestData_1ph, nameplate_ratio),
+};
+
 constexpr Column phase[] = {
     COLUMN(QVL_TestData_Phase, result),
     COLUMN(QVL_TestData_Phase, name),
@@ -112,6 +119,9 @@ std::span<const Column> label_columns() {
 }
 std::span<const Column> data_3ph_columns() {
     return data_3ph;
+}
+std::span<const Column> data_1ph_columns() {
+    return data_1ph;
 }
 std::span<const Column> phase_columns() {
     return phase;

@@ -25,6 +25,7 @@ struct Column {
 
 std::span<const Column> label_columns();  // all but the test ID, which is the key
 std::span<const Column> data_3ph_columns();
+std::span<const Column> data_1ph_columns();
 std::span<const Column> phase_columns();
 
 }  // namespace simulator

@@ -28,6 +28,12 @@ Statement& Statement::bind(std::optional<std::string_view> text) {
     return *this;
 }
 
+Statement& Statement::bind_bytes(std::string_view bytes) {
+    if (sqlite3_bind_blob64(statement_.get(), ++bound_, bytes.data(), bytes.size(), SQLITE_TRANSIENT) != SQLITE_OK)
+        database_.fail();
+    return *this;
+}
+
 bool Statement::step() {
     const int result = sqlite3_step(statement_.get());
     if (result != SQLITE_ROW && result != SQLITE_DONE) database_.fail();

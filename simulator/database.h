@@ -21,13 +21,14 @@ class Statement {
     Statement& bind(std::int64_t value);
     Statement& bind(double value);
     Statement& bind(std::optional<std::string_view> text);  // nothing: null
+    Statement& bind_bytes(std::string_view bytes);
 
     bool step();  // true: a row is there
     void run();   // to the end
 
     std::int64_t integer(int column) const;
     double real(int column) const;
-    std::optional<std::string> text(int column) const;
+    std::optional<std::string> text(int column) const;  // or bytes
 
   private:
     struct Finalize {
@@ -44,6 +45,7 @@ class Database {
     explicit Database(const std::string& path);
 
     void execute(const std::string& sql);
+    std::int64_t changed_rows() const { return sqlite3_changes64(handle_.get()); }
     std::int64_t last_row() const { return sqlite3_last_insert_rowid(handle_.get()); }
 
   private:

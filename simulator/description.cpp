@@ -31,6 +31,7 @@ void read_instrument(TableReader& table, InstrumentData& instrument) {
     table.read("card_mounted", instrument.card_mounted);
     table.read("card_read_only", instrument.card_read_only);
     table.read("emergency_button_pressed", instrument.emergency_button_pressed);
+    table.read("log_size", instrument.log_size, {0.0, 1e8});
     table.read("status_code", instrument.status_code);
 }
 
@@ -43,6 +44,14 @@ void read_limits(TableReader& table, Limits& limits) {
 void read_durations(TableReader& table, Durations& durations) {
     table.read("three_phase", durations.three_phase, {0.0, 3600.0});
     table.read("magnetic_balance", durations.magnetic_balance, {0.0, 3600.0});
+    table.read("single_phase", durations.single_phase, {0.0, 3600.0});
+    table.read("long_test", durations.long_test, {1.0, 100.0});
+    table.read("calibration", durations.calibration, {0.0, 3600.0});
+    table.read("store_calibration", durations.store_calibration, {0.0, 3600.0});
+    table.read("direct_voltage", durations.direct_voltage, {0.0, 3600.0});
+    table.read("factory_reset", durations.factory_reset, {0.0, 3600.0});
+    table.read("tap_changer", durations.tap_changer, {0.0, 3600.0});
+    table.read("attachment", durations.attachment, {0.0, 3600.0});
 }
 
 void read_channel(TableReader& table, ChannelData& channel) {
@@ -83,6 +92,12 @@ void read_transformer(TableReader& table, TransformerData& transformer) {
     if (transformer.saturation_exponent % 2 != 0) table.refuse("saturation_exponent", "must be even");
     table.read("centre_limb_reluctance", transformer.centre_limb_reluctance, {0.01, 100.0});
     table.read("return_path_reluctance", transformer.return_path_reluctance, {0.0, 1e4});
+    table.read("rated_secondary_current", transformer.rated_secondary_current, {0.01, 100.0});
+    table.table("tap_changer", [&](TableReader& taps) {
+        taps.read("lowest", transformer.tap_changer.lowest, {-20.0, 0.0});
+        taps.read("highest", transformer.tap_changer.highest, {0.0, 20.0});
+        taps.read("step", transformer.tap_changer.step, {0.0, 4.9});
+    });
     table.table("shorted_turns", [&](TableReader& fault) {
         ShortedTurns& shorted = transformer.shorted_turns.emplace();
         read_winding_fault(fault, shorted);

@@ -28,12 +28,14 @@ struct InstrumentData {
     double temperature = 23.5;                   // degrees Celsius
     std::int64_t calibration_date = 1707211800;  // seconds since 1970
 
-    bool calibrated = true;
+    bool calibrated = true;  // how its board was delivered; a calibration that was made since counts more
     bool board_connected = true;
     bool database_loaded = true;
     bool card_mounted = true;
     bool card_read_only = false;
     bool emergency_button_pressed = false;
+
+    int log_size = 0;  // bytes that the device log starts with, from earlier use
 
     QVL_ResultCode status_code = QVL_Success;  // a condition that the status reports
 };
@@ -42,6 +44,14 @@ struct InstrumentData {
 struct Durations {
     double three_phase = 3.0;
     double magnetic_balance = 2.0;
+    double single_phase = 2.0;
+    double long_test = 10.0;  // no time: how many times as long, and how many readings instead of one
+    double calibration = 12.0;
+    double store_calibration = 1.0;
+    double direct_voltage = 2.0;
+    double factory_reset = 3.0;
+    double tap_changer = 1.0;
+    double attachment = 0.5;
 };
 
 // A result code for an operation: for every call, every n-th call, or the n-th call alone.

@@ -1,11 +1,11 @@
 #include "simulator/device.h"
 
-#include "simulator/measurement.h"
-#include "simulator/result_codes.h"
+#include "simulator/calibration.h"
+#include "simulator/first_records.h"
 
 #include "api/qvl_utils.h"
 
-#include <cstring>
+#include <algorithm>
 #include <ctime>
 #include <iostream>
 
@@ -55,7 +55,9 @@ Description described(const Environment& environment) {
 
 std::unique_ptr<Store> open_store(const std::string& folder) {
     try {
-        return std::make_unique<Store>(folder);
+        auto store = std::make_unique<Store>(folder);
+        store->store_first(first_records);
+        return store;
     } catch (const Failure& failure) {
         std::cerr << "The state folder of the simulated instrument cannot be used: " << failure.what()
                   << ". The test database is not loaded.\n";
@@ -63,13 +65,10 @@ std::unique_ptr<Store> open_store(const std::string& folder) {
     }
 }
 
-std::string date_and_time() {
-    const std::time_t now = std::time(nullptr);
-    std::tm local{};
-    localtime_r(&now, &local);
-    char text[32];
-    std::strftime(text, sizeof text, "%Y%m%d-%H%M%S", &local);
-    return text;
+// What the board's memory is kept under: another seed or other tolerances are another board.
+std::string name_of_board(const Description& description) {
+    return std::to_string(description.seed) + "/" + std::to_string(description.channel.offset) + "/" +
+           std::to_string(description.channel.gain_error);
 }
 
 }  // namespace
@@ -77,29 +76,91 @@ std::string date_and_time() {
 Device::Device(Environment environment, bool debug)
     : environment_(std::move(environment)), description_time_(time_of(environment_.instrument)), debug_(debug) {
     try {
-        use(described(environment_));
+        Description description = described(environment_);
+        store_ = open_store(environment_.state_folder);
+        noise_ = Noise(description.seed);
+        use(std::move(description));
     } catch (const DescriptionError& error) {
         report(error, "The simulated instrument does not start.");
         throw Failure(code::bad_description, error.what());
     }
-    noise_ = Noise(description_.seed);
-    store_ = open_store(environment_.state_folder);
+    log("Started");
 }
 
 void Device::use(Description description) {
     if (description.seed != description_.seed) noise_ = Noise(description.seed);
-    transformer_ = std::make_unique<Transformer>(description.transformer);
-    board_ = board_coefficients(description.channel, description.seed);
-    correction_ = description.instrument.calibrated ? board_ : Coefficients();
     description_ = std::move(description);
     calls_.clear();
+    turn_transformer_to(stored_tap());
+    remember_board();
+}
+
+// A board that was never calibrated by hand is as the description says.
+void Device::remember_board() {
+    const InstrumentData& instrument = description_.instrument;
+    board_ = board_coefficients(description_.channel, description_.seed);
+    if (store_) {
+        if (const auto stored = store_->board(name_of_board(description_))) {
+            memory_ = *stored;
+            return;
+        }
+    }
+    memory_ = {};
+    if (!instrument.calibrated) return;
+    memory_.calibration = factory_calibration(board_);
+    memory_.calibrated = instrument.calibration_date;
+}
+
+void Device::store_board(const BoardMemory& memory) {
+    store().set_board(name_of_board(description_), memory);
+    memory_ = memory;
+}
+
+void Device::turn_transformer_to(int tap) {
+    transformer_ = std::make_unique<Transformer>(at_tap(description_.transformer, tap));
+    tap_ = tap;
+}
+
+// Another transformer may have fewer taps.
+int Device::stored_tap() {
+    const TapChanger& taps = description_.transformer.tap_changer;
+    const std::int64_t stored = store_ ? store_->setting(tap_setting).value_or(0) : 0;
+    return static_cast<int>(std::clamp<std::int64_t>(stored, taps.lowest, taps.highest));
 }
 
 void Device::count_call(const std::string& operation) {
+    if (off_ && operation != "QVL_Lib_Shutdown") throw Failure(code::connection_lost);
     const int call = ++calls_[operation];
     for (const InstrumentFault& fault : description_.faults)
         if (fault.operation == operation && fault.fires_on(call))
             throw Failure(fault.code, "a fault of the description");
+}
+
+void Device::log(const std::string& event) {
+    write_log("INFO  " + event);
+}
+
+void Device::log(const std::string& operation, const Failure& failure) {
+    std::string line = "ERROR " + operation + ": " + name_of(failure.code());
+    if (std::string_view(failure.what()) != name_of(failure.code())) line.append(": ").append(failure.what());
+    write_log(line);
+}
+
+// A log that cannot be written must not make an operation fail that has done its work.
+void Device::write_log(const std::string& line) {
+    if (!store_) return;
+    try {
+        store_->log(line);
+    } catch (const Failure&) {
+    }
+}
+
+Seconds Device::lasting(double seconds) const {
+    return Seconds(seconds * environment_.time_scale);
+}
+
+void Device::wait(double seconds, int steps, const QVL_ProgressCallback* progress) {
+    Operation(lasting(seconds), steps, progress).run();
 }
 
 void Device::refresh() {
@@ -120,7 +181,7 @@ QVL_Status Device::status() const {
     status.status_code = instrument.status_code;
     status.database_loaded = instrument.database_loaded && store_;
     status.board_connected = instrument.board_connected;
-    status.calibrated = instrument.calibrated;
+    status.calibrated = memory_.calibrated.has_value();
     status.emergency_button_pressed = instrument.emergency_button_pressed;
     status.sd_card_mounted = instrument.card_mounted;
     status.sd_card_read_only = instrument.card_read_only;
@@ -135,8 +196,8 @@ void Device::fill(QVL_DeviceInfo& info) {
     TextUtils::copy_safe(info.atmega_version, sizeof info.atmega_version, instrument.atmega_version);
     info.debug_mode = debug_ || (store_ && store_->setting(debug_setting).value_or(0) != 0);
     info.device_time = static_cast<std::int32_t>(std::time(nullptr));
-    info.calibrated = instrument.calibrated;
-    info.calibration_time = static_cast<std::int32_t>(instrument.calibration_date);
+    info.calibrated = memory_.calibrated.has_value();
+    info.calibration_time = static_cast<std::int32_t>(memory_.calibrated.value_or(0));
     info.model_type = instrument.model;
     info.step_up_voltage = instrument.step_up_voltage;
     info.step_down_voltage = instrument.step_down_voltage;
@@ -172,67 +233,14 @@ Store& Device::store() {
     return *store_;
 }
 
-bool Device::record_exists(const std::string& test_id) {
-    if (!status().database_loaded) throw Failure(code::database_not_loaded);
-    return store().exists(test_id);
-}
-
-std::unique_ptr<OwnedRecord> Device::test_three_phase(const char* test_id, const QVL_Parameters_3ph& parameters,
-                                                      QVL_DBAction action, const QVL_ProgressCallback* progress) {
-    require_board();
-    check(parameters, description_.limits);
-    const std::string id = test_id_for(test_id, action);
-    require_storable(id, action);
-
-    const int directions = parameters.test_mode == QVL_TestMode_VR_Auto ? 2 : 1;
-    const double balance = parameters.magnetic_balance ? description_.durations.magnetic_balance : 0.0;
-    const double duration = directions * (description_.durations.three_phase + balance);
-    Operation operation(Seconds(duration * environment_.time_scale), 10 * directions, progress);
-    operation.run();
-
-    auto record = std::make_unique<OwnedRecord>();
-    Bench bench{*transformer_, description_.limits, Channel(description_.channel, board_, correction_, noise_),
-                description_.instrument.temperature};
-    measure_three_phase(bench, parameters, *record);
-    record->label().test_id = record->keep(id);
-    TextUtils::copy_safe(record->label().label_text, sizeof record->label().label_text, description_.transformer.name);
-
-    operation.check();
-    if (action == QVL_DB_NewRecord) store().store_new(*record);
-    if (action == QVL_DB_Append) store().append(*record);
-    return record;
-}
-
-void Device::require_board() const {
-    if (!description_.instrument.board_connected) throw Failure(code::board_not_connected);
-    if (description_.instrument.emergency_button_pressed) throw Failure(code::emergency_button_pressed);
-}
-
-void Device::require_writable_database() {
-    const QVL_Status now = status();
-    if (!now.sd_card_mounted) throw Failure(code::card_missing);
-    if (now.sd_card_read_only) throw Failure(code::card_read_only);
-    if (!now.database_loaded) throw Failure(code::database_not_loaded);
-}
-
-// What would fail after a test that takes its time had better fail before it.
-void Device::require_storable(const std::string& test_id, QVL_DBAction action) {
-    if (action == QVL_DB_DoNotStore) return;
-    require_writable_database();
-    const bool exists = store().exists(test_id);
-    if (action == QVL_DB_NewRecord && exists) throw Failure(code::record_exists);
-    if (action == QVL_DB_Append && !exists) throw Failure(code::no_such_record);
-}
-
-std::string Device::test_id_for(const char* given, QVL_DBAction action) {
-    if (action != QVL_DB_NewRecord && action != QVL_DB_Append && action != QVL_DB_DoNotStore)
-        throw Failure(code::bad_parameter);
-    if (given && *given) return given;
-    if (action == QVL_DB_Append) throw Failure(code::bad_parameter, "a test is appended to a record by its ID");
-    const std::string by_time = date_and_time();
-    std::string id = by_time;
-    for (int i = 2; store_ && store_->exists(id); ++i) id = by_time + "-" + std::to_string(i);
-    return id;
+std::size_t Device::read_log(bool first, char* buffer, std::size_t size, bool& more) {
+    if (first) {
+        const auto earlier = static_cast<std::size_t>(description_.instrument.log_size);
+        log_file_.open(log_of_earlier_use(earlier) + store().log());
+    }
+    const std::size_t count = log_file_.read(buffer, size);
+    more = log_file_.more();
+    return count;
 }
 
 }  // namespace simulator

@@ -29,11 +29,11 @@ void name_phases(const ThreePairs& pairs, OwnedRecord& record, QVL_TestData_3ph&
     }
 }
 
-RawSignals raw_signals(const ThreeReadings& readings) {
-    RawSignals signals{};
-    for (std::size_t phase = 0; phase < 3; ++phase)
-        signals[phase] = {readings[phase].high.value, readings[phase].low.value, readings[phase].current.value};
-    return signals;
+std::string raw_data_of(const ThreeReadings& readings, const QVL_TestData_3ph& data) {
+    std::array<RawPhase, 3> phases{};
+    for (std::size_t i = 0; i < phases.size(); ++i)
+        phases[i] = {readings[i].high.value, readings[i].low.value, readings[i].current.value};
+    return raw_data_text(phases, {data.test_mode, data.voltage, data.frequency});
 }
 
 // One direction of a test: its entry, its RAW data, and the clock number that it saw.
@@ -67,14 +67,11 @@ DirectionResult measure_direction(Bench& bench, const QVL_Parameters_3ph& parame
         report_phase(bench, readings[phase], pairs[phase], phasing, data.nameplate_ratio, data.*phases_of_test[phase]);
     report_sequences(other(excitation.side), data);
     if (parameters.magnetic_balance) read_magnetic_balance(bench, excitation, pairs, data);
-    return {&data, parameters.raw_data ? raw_data_text(raw_signals(readings), data) : "", clock};
+    return {&data, parameters.raw_data ? raw_data_of(readings, data) : "", clock};
 }
 
-// Stepping down keeps dangerous voltages away from the leads. It is the better choice unless the low side's signal
-// drowns.
 bool steps_down_well(const QVL_TestData_3ph& down) {
-    constexpr double well_measured = 0.02;  // volts
-    return std::min({down.A.Voltage_Low, down.B.Voltage_Low, down.C.Voltage_Low}) >= well_measured;
+    return std::min({down.A.Voltage_Low, down.B.Voltage_Low, down.C.Voltage_Low}) >= well_measured_low;
 }
 
 DirectionResult measure_both_directions(Bench& bench, const QVL_Parameters_3ph& parameters, OwnedRecord& record) {
@@ -115,10 +112,7 @@ void check(const QVL_Parameters_3ph& parameters, const Limits& limits) {
         !is_winding(parameters.winding_hi) || !is_winding(parameters.winding_lo) ||
         !std::isfinite(parameters.nameplate_ratio) || !std::isfinite(parameters.phase_shift))
         throw Failure(code::bad_parameter);
-    if (!(parameters.voltage >= limits.voltage_min && parameters.voltage <= limits.voltage_max))
-        throw Failure(code::voltage_out_of_range);
-    if (parameters.frequency < limits.frequency_min || parameters.frequency > limits.frequency_max)
-        throw Failure(code::frequency_out_of_range);
+    check_excitation(parameters.voltage, parameters.frequency, limits);
 }
 
 void measure_three_phase(Bench& bench, const QVL_Parameters_3ph& parameters, OwnedRecord& record) {

@@ -25,7 +25,20 @@ inline constexpr std::string_view operation_names[] = {
     "QVL_Test_3ph",
     "QVL_Test_1ph",
     "QVL_CheckRecordExists",
+    "QVL_CalibrateZero",
+    "QVL_CalibrateVoltageBegin",
+    "QVL_CalibrateVoltageEnd",
+    "QVL_CalibrateHighCurrent",
+    "QVL_GetCalibrData",
+    "QVL_Diagnose_SetVoltageDC",
+    "QVL_ElevateToFactoryPrivilages",
+    "QVL_FactoryResetMeasurementBoard",
+    "QVL_ListRecords",
+    "QVL_FreeTestRecordsList",
+    "QVL_ReadRecord",
     "QVL_FreeTestRecord",
+    "QVL_DeleteRecord",
+    "QVL_ClearTestDatabase",
 };
 
 }  // namespace simulator

@@ -4,7 +4,7 @@
 #include "api/qvl_records.h"
 #include "simulator/transformer.h"
 
-#include <array>
+#include <span>
 #include <string>
 
 namespace simulator {
@@ -14,9 +14,16 @@ struct RawPhase {
     Complex high, low;  // volts
     Complex current;    // amperes
 };
-using RawSignals = std::array<RawPhase, 3>;
 
-// A line about the test, a line of column names, and one line for each sample of two periods.
-std::string raw_data_text(const RawSignals& signals, const QVL_TestData_3ph& test);
+// What the samples belong to.
+struct RawTest {
+    QVL_TestMode mode;
+    double voltage;  // volts
+    int frequency;   // hertz
+};
+
+// A line about the test, a line of column names, and one line for each sample of two periods. Phases are named by
+// letters, unless there is just one.
+std::string raw_data_text(std::span<const RawPhase> phases, const RawTest& test);
 
 }  // namespace simulator

@@ -46,25 +46,36 @@ double highest_line_voltage(Side side, const CircuitState& state) {
 
 // The circuit under excitation, as long as no winding carries more than the instrument's inputs and the operator can
 // stand.
-CircuitState excite(const Bench& bench, const Excitation& excitation, const std::vector<Source>& sources) {
-    CircuitState state = bench.transformer.excite(sources, excitation.frequency);
+CircuitState excite(const Bench& bench, const Excitation& excitation, const std::vector<Source>& sources,
+                    const std::vector<Short>& shorts = {}) {
+    CircuitState state = bench.transformer.excite(sources, excitation.frequency, shorts);
     if (highest_line_voltage(other(excitation.side), state) > bench.limits.induced_voltage)
         throw Failure(code::induced_voltage_too_high);
     return state;
 }
 
-PhaseReadings read_phase(Bench& bench, const Excitation& excitation, const WindingPair& pair, int phase, int input,
-                         const CircuitState& state, const Source& source, Complex source_current) {
+// The inputs that a pair of each side and the excitation are read through.
+struct Inputs {
+    int high, low, current;
+};
+
+Inputs all_through(int input) {
+    return {input, input, input};
+}
+
+// `harmonic`: of the current, in ampere-turns of a high-side winding.
+PhaseReadings read_phase(Bench& bench, const Excitation& excitation, const WindingPair& pair, const Inputs& inputs,
+                         const CircuitState& state, double harmonic, const Source& source, Complex source_current) {
     const Complex high = voltage_across(Side::high, pair.high, state.voltage);
     const Complex low = voltage_across(Side::low, pair.low, state.voltage);
     PhaseReadings readings{};
-    readings.high = bench.channel.high_voltage(input, high);
-    readings.low = bench.channel.low_voltage(input, low);
-    readings.current = bench.channel.current(input, source_current);
+    readings.high = bench.channel.high_voltage(inputs.high, high);
+    readings.low = bench.channel.low_voltage(inputs.low, low);
+    readings.current = bench.channel.current(inputs.current, source_current);
     readings.excitation = source.voltage;
     // A low-side winding carries the ampere-turns of the limb with fewer turns.
     const double turns = excitation.side == Side::high || std::abs(low) == 0.0 ? 1.0 : std::abs(high / low);
-    readings.harmonic = state.harmonic_ampere_turns[static_cast<std::size_t>(phase)] * turns;
+    readings.harmonic = harmonic * turns;
     readings.induced_voltage = highest_line_voltage(other(excitation.side), state);
     return readings;
 }
@@ -86,7 +97,21 @@ Complex current_into_pair(const std::vector<Source>& sources, const CircuitState
     return sum;
 }
 
+Short short_of(Side side, const TerminalPair& terminals) {
+    return {terminal_of(side, terminals.from), terminal_of(side, terminals.to)};
+}
+
 }  // namespace
+
+void check_voltage(double voltage, const Limits& limits) {
+    if (!(voltage >= limits.voltage_min && voltage <= limits.voltage_max)) throw Failure(code::voltage_out_of_range);
+}
+
+void check_excitation(double voltage, int frequency, const Limits& limits) {
+    check_voltage(voltage, limits);
+    if (frequency < limits.frequency_min || frequency > limits.frequency_max)
+        throw Failure(code::frequency_out_of_range);
+}
 
 double angle_of_high_phase(const PhaseReadings& readings, const WindingPair& pair) {
     return std::arg(readings.high.value) - pair.high_lead * clock_step;
@@ -110,8 +135,8 @@ ThreeReadings read_three_excited(Bench& bench, const Excitation& excitation, con
     ThreeReadings readings{};
     for (std::size_t phase = 0; phase < 3; ++phase) {
         const int number = static_cast<int>(phase);
-        readings[phase] = read_phase(bench, excitation, pairs[phase], number, one_input ? 0 : number, state,
-                                     sources[phase], state.source_current[phase]);
+        readings[phase] = read_phase(bench, excitation, pairs[phase], all_through(one_input ? 0 : number), state,
+                                     state.harmonic_ampere_turns[phase], sources[phase], state.source_current[phase]);
     }
     const double reference = angle_of_high_phase(readings[0], pairs[0]);
     for (PhaseReadings& phase : readings) turn(phase, reference);
@@ -125,10 +150,26 @@ ThreeReadings read_one_excited(Bench& bench, const Excitation& excitation, const
         const WindingPair& pair = pairs[phase];
         const auto sources = pair_sources(excitation, excitation.side == Side::high ? pair.high : pair.low);
         const CircuitState state = excite(bench, excitation, sources);
-        readings[phase] =
-            read_phase(bench, excitation, pair, number, 0, state, sources[0], current_into_pair(sources, state));
+        readings[phase] = read_phase(bench, excitation, pair, all_through(0), state, state.harmonic_ampere_turns[phase],
+                                     sources[0], current_into_pair(sources, state));
         turn(readings[phase], angle_of_high_phase(readings[phase], pair) + phase_delay * number);
     }
+    return readings;
+}
+
+PhaseReadings read_single_phase(Bench& bench, const Excitation& excitation, const Connection& high,
+                                const Connection& low) {
+    const Connection& excited = excitation.side == Side::high ? high : low;
+    const auto sources = pair_sources(excitation, excited.pair);
+    std::vector<Short> shorts;
+    if (high.shorted) shorts.push_back(short_of(Side::high, *high.shorted));
+    if (low.shorted) shorts.push_back(short_of(Side::low, *low.shorted));
+    const CircuitState state = excite(bench, excitation, sources, shorts);
+    const WindingPair pair{high.pair, low.pair, 0, 0};
+    PhaseReadings readings =
+        read_phase(bench, excitation, pair, {high.pair.from, low.pair.from, excited.pair.from}, state,
+                   std::ranges::max(state.harmonic_ampere_turns), sources[0], state.source_current[0]);
+    turn(readings, angle_of_high_phase(readings, pair));
     return readings;
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "simulator/channel.h"
+#include "simulator/connection.h"
 #include "simulator/records.h"
 #include "simulator/transformer.h"
 #include "simulator/winding_pairs.h"
@@ -23,7 +24,9 @@ struct Bench {
     const Transformer& transformer;
     const Limits& limits;
     Channel channel;
-    double temperature;  // degrees Celsius
+    double temperature;                    // degrees Celsius
+    int tap = 0;                           // position of the tap changer
+    double rated_secondary_current = 5.0;  // amperes, of a current transformer
 };
 
 // What the excitation of one test is.
@@ -32,6 +35,16 @@ struct Excitation {
     double voltage;  // volts, between the terminals that are excited
     int frequency;
 };
+
+// Throws `voltage_out_of_range`.
+void check_voltage(double voltage, const Limits& limits);
+
+// Throws `voltage_out_of_range` or `frequency_out_of_range`.
+void check_excitation(double voltage, int frequency, const Limits& limits);
+
+// Stepping down keeps dangerous voltages away from the leads. It is the better choice for an automatic test unless the
+// low side's signal drowns below this voltage.
+constexpr double well_measured_low = 0.02;
 
 // The readings of one phase.
 struct PhaseReadings {
@@ -56,6 +69,11 @@ ThreeReadings read_three_excited(Bench& bench, const Excitation& excitation, con
 
 // One phase excited and read after the other; each is its own reference, in positive sequence.
 ThreeReadings read_one_excited(Bench& bench, const Excitation& excitation, const ThreePairs& pairs);
+
+// One pair of each side alone, in the connection that the operator chose; no other terminal is connected. The high
+// side is the reference.
+PhaseReadings read_single_phase(Bench& bench, const Excitation& excitation, const Connection& high,
+                                const Connection& low);
 
 // Magnetic balance: each phase of the excited side carries the voltage in turn, the flux shows on the others.
 // Fills the rows of `data`.

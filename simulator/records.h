@@ -15,6 +15,10 @@ namespace simulator {
 inline constexpr std::array<QVL_TestData_Phase QVL_TestData_3ph::*, 3> phases_of_test{
     &QVL_TestData_3ph::A, &QVL_TestData_3ph::B, &QVL_TestData_3ph::C};
 
+inline bool is_single_phase(const QVL_TestLabel& label) {
+    return label.test_type == QVL_TestType_1ph;
+}
+
 // Owns a record, its entries and its texts. Addresses stay the same while it lives.
 class OwnedRecord {
   public:
@@ -27,8 +31,10 @@ class OwnedRecord {
 
     // An entry that is part of the record's storage but not yet one of its tests.
     QVL_TestData_3ph& new_data_3ph();
+    QVL_TestData_1ph& new_data_1ph();
 
     void add_test(const QVL_TestData_3ph& data);
+    void add_test(const QVL_TestData_1ph& data);
     void set_raw_data(std::string text) { raw_data_ = std::move(text); }
 
     QVL_TestLabel& label() { return record_.label; }
@@ -41,7 +47,9 @@ class OwnedRecord {
     QVL_Test_Record record_{};
     std::deque<std::string> texts_;
     std::deque<QVL_TestData_3ph> data_3ph_;
+    std::deque<QVL_TestData_1ph> data_1ph_;
     std::vector<const QVL_TestData_3ph*> tests_3ph_;
+    std::vector<const QVL_TestData_1ph*> tests_1ph_;
     std::string raw_data_;
 };
 

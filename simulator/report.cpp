@@ -65,8 +65,8 @@ void report_phase(const Bench& bench, const PhaseReadings& readings, const Windi
                   double nameplate_ratio, QVL_TestData_Phase& phase) {
     phase.Voltage_High = std::abs(readings.high.value);
     phase.Voltage_Low = std::abs(readings.low.value);
-    phase.Voltage_rms_hi = phase.Voltage_High;
-    phase.Voltage_rms_lo = phase.Voltage_Low;
+    phase.Voltage_rms_hi = readings.high.rms;
+    phase.Voltage_rms_lo = readings.low.rms;
     phase.Temperature = bench.temperature;
     phase.Induced_voltage = readings.induced_voltage;
     phase.PGA_1 = readings.high.gain;

@@ -53,6 +53,22 @@ constexpr ResultCode result_codes[] = {
     {code::bad_settings,             "BAD_SETTINGS",
      "Temperatures must lie from 0 to 100 degrees, the fan power from 0 to 100 percent, "
      "and full power must end below the temperature at which it starts."                                                                      },
+    {code::no_such_attachment,       "NO_SUCH_ATTACHMENT",         "The test record has no attachment of this name."                          },
+    {code::attachment_exists,        "ATTACHMENT_EXISTS",
+     "The test record has an attachment of this name already. Delete it or choose another name."                                              },
+    {code::file_not_readable,        "FILE_NOT_READABLE",
+     "The file to be attached is not there or cannot be read. Check its path."                                                                },
+    {code::file_too_large,           "FILE_TOO_LARGE",             "An attachment may have 64 MiB at most."                                   },
+    {code::read_not_begun,           "READ_NOT_BEGUN",             "Nothing is open for reading. Begin at the file's start."                  },
+    {code::buffer_too_small,         "BUFFER_TOO_SMALL",           "The attachment is larger than the buffer. Nothing was read."              },
+    {code::tap_changer_at_end,       "TAP_CHANGER_AT_END",         "The tap changer has no further tap in this direction."                    },
+    {code::calibration_not_begun,    "CALIBRATION_NOT_BEGUN",
+     "The voltage calibration has not been begun, or was ended already. Begin it again."                                                      },
+    {code::implausible_calibration,  "IMPLAUSIBLE_CALIBRATION",
+     "The values would make a calibration that no board needs. Check them and the wiring. The calibration stays as it was."                   },
+    {code::access_denied,            "ACCESS_DENIED",              "The access code is wrong."                                                },
+    {code::no_factory_privileges,    "NO_FACTORY_PRIVILEGES",
+     "The operation needs factory privileges, given by an access code."                                                                       },
 };
 
 const ResultCode* find(QVL_ResultCode code) {

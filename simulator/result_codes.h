@@ -37,6 +37,17 @@ inline constexpr QVL_ResultCode record_exists{34};
 inline constexpr QVL_ResultCode no_such_record{35};
 inline constexpr QVL_ResultCode wrong_record_type{36};
 inline constexpr QVL_ResultCode bad_settings{40};
+inline constexpr QVL_ResultCode no_such_attachment{50};
+inline constexpr QVL_ResultCode attachment_exists{51};
+inline constexpr QVL_ResultCode file_not_readable{52};
+inline constexpr QVL_ResultCode file_too_large{53};
+inline constexpr QVL_ResultCode read_not_begun{54};
+inline constexpr QVL_ResultCode buffer_too_small{55};
+inline constexpr QVL_ResultCode tap_changer_at_end{60};
+inline constexpr QVL_ResultCode calibration_not_begun{70};
+inline constexpr QVL_ResultCode implausible_calibration{71};
+inline constexpr QVL_ResultCode access_denied{80};
+inline constexpr QVL_ResultCode no_factory_privileges{81};
 }  // namespace code
 
 // The name of a code; codes that the instrument does not have share one name.

@@ -173,16 +173,17 @@ double relative_reluctance(std::size_t limb, const TransformerData& data) {
     return limb == 1 ? data.centre_limb_reluctance : 1.0;
 }
 
-// The unknowns of the circuit in their order: node voltages, coil currents, limb voltages, source currents.
-// Each equation stands in the row of the unknown that it is about.
+// The unknowns of the circuit in their order: node voltages, coil currents, limb voltages, source currents,
+// currents through shorts. Each equation stands in the row of the unknown that it is about.
 struct Unknowns {
-    Unknowns(int node_count, std::size_t coil_count, std::size_t source_count)
+    Unknowns(int node_count, std::size_t coil_count, std::size_t source_count, std::size_t short_count)
         : nodes(node_count), coils(static_cast<Eigen::Index>(coil_count)), sources(source_count),
-          count(nodes + coils + 3 + static_cast<Eigen::Index>(source_count)) {}
+          count(nodes + coils + 3 + static_cast<Eigen::Index>(source_count + short_count)) {}
 
     Eigen::Index coil(std::size_t i) const { return nodes + static_cast<Eigen::Index>(i); }
     Eigen::Index limb(int i) const { return nodes + coils + i; }
     Eigen::Index source(std::size_t i) const { return nodes + coils + 3 + static_cast<Eigen::Index>(i); }
+    Eigen::Index joint(std::size_t i) const { return source(sources + i); }
 
     Eigen::Index nodes, coils;
     std::size_t sources;
@@ -221,6 +222,11 @@ void add_source(const Source& source, Eigen::Index row, Eigen::MatrixXcd& system
     system(source.terminal, row) = -1.0;
     system(row, source.terminal) = 1.0;
     known(row) = source.voltage;
+}
+
+void add_short(const Short& joined, Eigen::Index row, Eigen::MatrixXcd& system) {
+    system(joined.first, row) = system(row, joined.first) = 1.0;
+    system(joined.second, row) = system(row, joined.second) = -1.0;
 }
 
 CircuitState state_of(const TransformerData& data, const Eigen::VectorXcd& solution, const Unknowns& unknowns,
@@ -266,6 +272,11 @@ std::optional<VectorGroup> parse_vector_group(std::string_view text) {
     return VectorGroup{*high, *low, clock};
 }
 
+TransformerData at_tap(TransformerData data, int position) {
+    for (double& ratio : data.turns_ratio) ratio *= 1.0 + position * data.tap_changer.step / 100.0;
+    return data;
+}
+
 Transformer::Transformer(const TransformerData& data) : data_(data) {
     const Windings windings = find_windings(data_);
     coils_ = wind(data_, windings, low_side_turns(data_, windings), node_count_);
@@ -284,13 +295,15 @@ void Transformer::add_faults() {
     }
 }
 
-CircuitState Transformer::excite(const std::vector<Source>& sources, int frequency) const {
-    const Unknowns unknowns(node_count_, coils_.size(), sources.size());
+CircuitState Transformer::excite(const std::vector<Source>& sources, int frequency,
+                                 const std::vector<Short>& shorts) const {
+    const Unknowns unknowns(node_count_, coils_.size(), sources.size(), shorts.size());
     Eigen::MatrixXcd system = Eigen::MatrixXcd::Zero(unknowns.count, unknowns.count);
     Eigen::VectorXcd known = Eigen::VectorXcd::Zero(unknowns.count);
     system.topLeftCorner(node_count_, node_count_).diagonal().setConstant(insulation_siemens);
     for (std::size_t i = 0; i < coils_.size(); ++i) add_coil(coils_[i], unknowns.coil(i), unknowns, frequency, system);
     for (std::size_t i = 0; i < sources.size(); ++i) add_source(sources[i], unknowns.source(i), system, known);
+    for (std::size_t i = 0; i < shorts.size(); ++i) add_short(shorts[i], unknowns.joint(i), system);
 
     // The core's reluctance depends on the flux that it is to carry: solved again until both agree.
     constexpr int most_iterations = 50;

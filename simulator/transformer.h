@@ -57,6 +57,12 @@ struct ShortedTurns : WindingFault {
     double resistance = 1.0;  // ohms, of the loop that the shorted turns make
 };
 
+// Sits on the high-side windings; its middle position is 0. Each step up adds to the turns ratio.
+struct TapChanger {
+    int lowest = -2, highest = 2;
+    double step = 2.5;  // percent of the turns ratio in the middle position
+};
+
 // The nameplate and the equivalent circuit, all of it per phase winding. Inductances and resistances of the core are
 // those seen from the high-side winding.
 struct TransformerData {
@@ -72,10 +78,16 @@ struct TransformerData {
     double centre_limb_reluctance = 0.7;   // of an outer limb with its yokes
     double return_path_reluctance = 20.0;  // of an outer limb; 0: three single-phase cores
 
+    TapChanger tap_changer;
+    double rated_secondary_current = 5.0;  // amperes, of a current transformer
+
     std::optional<ShortedTurns> shorted_turns;
     std::optional<WindingFault> open_winding;
     std::optional<WindingFault> reversed_winding;
 };
+
+// The transformer with its tap changer in that position.
+TransformerData at_tap(TransformerData data, int position);
 
 // One coil on one limb. A negative number of turns is wound the other way round.
 struct Coil {
@@ -94,6 +106,11 @@ struct Source {
     Complex voltage;
 };
 
+// Two terminals that a lead shorts.
+struct Short {
+    int first, second;
+};
+
 // What the circuit does under given sources, in the order of the terminals and of the sources.
 struct CircuitState {
     std::array<Complex, terminal_count> voltage{};
@@ -110,7 +127,7 @@ class Transformer {
     const VectorGroup& group() const { return data_.group; }
 
     // The steady state at `frequency` hertz.
-    CircuitState excite(const std::vector<Source>& sources, int frequency) const;
+    CircuitState excite(const std::vector<Source>& sources, int frequency, const std::vector<Short>& shorts = {}) const;
 
   private:
     void add_faults();

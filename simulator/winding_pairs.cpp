@@ -82,12 +82,6 @@ Complex voltage_of(Side side, int terminal, const std::array<Complex, terminal_c
     return of_side[terminal];
 }
 
-std::string name_of(Side side, int terminal) {
-    const char letter = side == Side::high ? 'H' : 'X';
-    if (terminal == star_point) return "N";
-    return letter + std::to_string(terminal == neutral ? 0 : terminal + 1);
-}
-
 }  // namespace
 
 std::array<WindingPair, 3> winding_pairs(const VectorGroup& group) {
@@ -106,6 +100,12 @@ std::array<WindingPair, 3> winding_pairs(const VectorGroup& group) {
 
 Complex voltage_across(Side side, const TerminalPair& pair, const std::array<Complex, terminal_count>& terminals) {
     return voltage_of(side, pair.from, terminals) - voltage_of(side, pair.to, terminals);
+}
+
+std::string name_of(Side side, int terminal) {
+    const char letter = side == Side::high ? 'H' : 'X';
+    if (terminal == star_point) return "N";
+    return letter + std::to_string(terminal == neutral ? 0 : terminal + 1);
 }
 
 std::string name_of(Side side, const TerminalPair& pair) {

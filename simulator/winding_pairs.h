@@ -28,7 +28,10 @@ std::array<WindingPair, 3> winding_pairs(const VectorGroup& group);
 // The pair's voltage, out of the voltages of all terminals.
 Complex voltage_across(Side side, const TerminalPair& pair, const std::array<Complex, terminal_count>& terminals);
 
-// Its name: H1-H3, X0-X2; N stands for a star point that has no terminal.
+// A terminal's name: H1, X0; N stands for a star point that has no terminal.
+std::string name_of(Side side, int terminal);
+
+// A pair's name: H1-H3, X0-X2.
 std::string name_of(Side side, const TerminalPair& pair);
 
 // The factor from the ratio of the pairs to that of the line-to-line voltages.

@@ -1,0 +1,1 @@
+#include "tests/simulator/device_fixture.h"

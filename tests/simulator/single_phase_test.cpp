@@ -1,0 +1,175 @@
+// Single-phase tests: their ratios against the windings' own arithmetic, and what their records hold.
+#include "simulator/single_phase.h"
+
+#include "tests/simulator/device_fixture.h"
+
+#include <cmath>
+
+namespace simulator {
+namespace {
+
+// Runs a test on a perfect board without noise.
+QVL_TestData_1ph measured(const char* group, const QVL_Parameters_1ph& parameters, OwnedRecord& record) {
+    TransformerData data;
+    data.group = parse_vector_group(group).value();
+    data.centre_limb_reluctance = 1.0;
+    const Transformer transformer(data);
+    const Limits limits;
+    ChannelData channel;
+    channel.noise = channel.noise_floor = 0.0;
+    const Coefficients perfect;
+    Noise noise(1);
+    Bench bench{transformer, limits, Channel(channel, perfect, perfect, noise), 20.0};
+    measure_single_phase(bench, parameters, record);
+    return *record.record()->data_1ph[0];
+}
+
+struct Leads {
+    int measure_hi, short_hi, measure_lo, short_lo;
+};
+
+QVL_Parameters_1ph parameters_for(const Leads& leads) {
+    QVL_Parameters_1ph parameters;
+    parameters.measure_hi = QVL_PhaseMeasure{leads.measure_hi};
+    parameters.short_hi = QVL_PhaseShort{leads.short_hi};
+    parameters.measure_lo = QVL_PhaseMeasure{leads.measure_lo};
+    parameters.short_lo = QVL_PhaseShort{leads.short_lo};
+    parameters.frequency = 50;
+    parameters.voltage = 10.0;
+    return parameters;
+}
+
+// A limb between two shorted ones carries its flux alone; otherwise flux returns through both others alike. With a
+// ratio of 50 per limb, `ratio` is 50 times the excited volts over the read volts, both in units of the excited limb's.
+TEST(SinglePhase, EveryConnectionHasTheRatioOfItsWindings) {
+    struct Case {
+        const char* group;
+        Leads leads;
+        double ratio;
+        int phasing;
+        const char* name;
+    };
+    for (const Case& expected : {
+  // Limb by limb: the delta's own terminals, and the low-side windings that belong to them.
+             Case{"Dyn11", {1, 0, 4, 0}, 50.0,  0, "H1-H2/X1-X0"          },
+             {"Dyn11", {2, 0, 5, 0}, 50.0,  0, "H2-H3/X2-X0"          },
+             {"Dyn11", {3, 0, 6, 0}, 50.0,  6, "H1-H3/X3-X0"          },
+             {"Dyn1",  {3, 0, 4, 0}, 50.0,  0, "H1-H3/X1-X0"          },
+             {"Dyn5",  {1, 0, 4, 0}, 50.0,  6, "H1-H2/X1-X0"          },
+             {"YNd1",  {4, 0, 1, 0}, 50.0,  0, "H1-H0/X1-X2"          },
+             {"YNyn0", {4, 0, 4, 0}, 50.0,  0, "H1-H0/X1-X0"          },
+             {"YNyn0", {5, 0, 5, 0}, 50.0,  0, "H2-H0/X2-X0"          },
+             {"YNyn0", {6, 0, 6, 0}, 50.0,  0, "H3-H0/X3-X0"          },
+             {"YNyn6", {6, 0, 6, 0}, 50.0,  6, "H3-H0/X3-X0"          },
+ // Two limbs in series carry one flux there and back.
+             {"YNyn0", {1, 0, 1, 0}, 50.0,  0, "H1-H2/X1-X2"          },
+             {"YNyn0", {2, 0, 2, 0}, 50.0,  0, "H2-H3/X2-X3"          },
+             {"YNyn0", {3, 0, 3, 0}, 50.0,  0, "H1-H3/X1-X3"          },
+             {"YNyn0", {1, 0, 4, 0}, 100.0, 0, "H1-H2/X1-X0"          },
+             {"YNyn0", {2, 0, 1, 0}, 100.0, 6, "H2-H3/X1-X2"          },
+ // A terminal against two: 1 of 1.5, and half of the flux in each of the others.
+             {"YNyn0", {1, 2, 1, 2}, 50.0,  0, "H1-(H2+H3)/X1-(X2+X3)"},
+             {"YNyn0", {2, 3, 2, 3}, 50.0,  0, "H2-(H1+H3)/X2-(X1+X3)"},
+             {"YNyn0", {3, 1, 3, 1}, 50.0,  0, "H3-(H1+H2)/X3-(X1+X2)"},
+             {"YNyn0", {1, 2, 4, 0}, 75.0,  0, "H1-(H2+H3)/X1-X0"     },
+             {"YNyn0", {3, 1, 3, 0}, 50.0,  6, "H3-(H1+H2)/X1-X3"     },
+ // The limb between the shorted terminals carries no flux.
+             {"Dyn11", {1, 2, 4, 0}, 50.0,  0, "H1-(H2+H3)/X1-X0"     },
+             {"Dyn11", {3, 1, 6, 0}, 50.0,  0, "H3-(H1+H2)/X3-X0"     },
+             {"Dyn11", {1, 2, 1, 0}, 50.0,  0, "H1-(H2+H3)/X1-X2"     },
+    })
+        for (const auto mode : {QVL_TestMode_VR_Down, QVL_TestMode_VR_Auto, QVL_TestMode_CT}) {
+            SCOPED_TRACE(std::string(expected.group) + " " + expected.name);
+            QVL_Parameters_1ph parameters = parameters_for(expected.leads);
+            parameters.test_mode = mode;
+            OwnedRecord record;
+            const auto test = measured(expected.group, parameters, record);
+            EXPECT_NEAR(test.phase.Ratio, expected.ratio, expected.ratio * 2e-4);
+            EXPECT_EQ(record.label().phasing, expected.phasing);
+            EXPECT_NEAR(std::remainder(test.phase.phase_deviation - expected.phasing * M_PI / 6.0, 2.0 * M_PI), 0.0,
+                        1e-3);
+            EXPECT_NEAR(test.phase.phase_deviation_from_phasing, 0.0, 1e-3);
+            EXPECT_STREQ(test.phase.name, expected.name);
+            EXPECT_EQ(record.label().winding_hi, QVL_Winding_1Ph);
+            EXPECT_EQ(record.label().ct_l, mode == QVL_TestMode_CT ? std::lround(5.0 * expected.ratio) : 0);
+        }
+}
+
+TEST(SinglePhase, SteppingUpReadsTheHighSideAndAutomaticTestsDoSoWhenSteppingDownDrowns) {
+    QVL_Parameters_1ph parameters = parameters_for({1, 0, 4, 0});
+    const auto run = [&](QVL_TestMode mode, double voltage) {
+        parameters.test_mode = mode;
+        parameters.voltage = voltage;
+        OwnedRecord record;
+        return measured("Dyn11", parameters, record);
+    };
+    const auto up = run(QVL_TestMode_VR_Up, 2.0);
+    EXPECT_EQ(up.test_mode, QVL_TestMode_VR_Up);
+    EXPECT_NEAR(up.phase.Voltage_Low, 2.0, 1e-9);
+    EXPECT_NEAR(up.phase.Voltage_High, 100.0, 0.02);
+    EXPECT_EQ(run(QVL_TestMode_VR_Auto, 2.0).test_mode, QVL_TestMode_VR_Down);
+    EXPECT_EQ(run(QVL_TestMode_VR_Auto, 1.0).test_mode, QVL_TestMode_VR_Up);
+}
+
+TEST(SinglePhase, ConnectionsThatMeasureNothingAreRefused) {
+    const auto refusal = [](const char* group, const Leads& leads) {
+        OwnedRecord record;
+        try {
+            check(parameters_for(leads), Limits());
+            measured(group, parameters_for(leads), record);
+            return QVL_Success;
+        } catch (const Failure& failure) {
+            return failure.code();
+        }
+    };
+    EXPECT_EQ(refusal("Dyn11", {1, 1, 1, 0}), code::bad_parameter);
+    EXPECT_EQ(refusal("Dyn11", {1, 0, 3, 3}), code::bad_parameter);
+    EXPECT_EQ(refusal("Dyn11", {7, 0, 1, 0}), code::bad_parameter);
+    EXPECT_EQ(refusal("Dyn11", {1, 4, 1, 0}), code::bad_parameter);
+    EXPECT_EQ(refusal("Dyn11", {4, 0, 4, 0}), code::signal_too_small);
+    EXPECT_EQ(refusal("YNd1", {4, 0, 6, 0}), code::signal_too_small);
+}
+
+TEST_F(DeviceApi, SinglePhaseRecordsAreStoredAndReadBackToTheBit) {
+    ASSERT_EQ(start(), QVL_Success);
+    Record first, second;
+    ASSERT_EQ(test_1ph("S", QVL_DB_NewRecord, &first), QVL_Success);
+    EXPECT_EQ(first->data_1ph[0]->voltage, 47.0);
+    EXPECT_THAT(first->raw_data, testing::StartsWith("RAW;DOWN;47.00;60;\nTime s;High;Low;Current;\n"));
+    EXPECT_EQ(bytes_of(*read("S")), bytes_of(*first));
+    single_phase_.test_mode = QVL_TestMode_VR_Up;
+    single_phase_.voltage = 12.0;
+    ASSERT_EQ(test_1ph("S", QVL_DB_Append, &second), QVL_Success);
+    EXPECT_EQ(test("S", QVL_DB_Append), code::wrong_record_type);
+    EXPECT_EQ(test_1ph("S", QVL_DB_NewRecord), code::record_exists);
+    restart();
+    const Record both = read("S");
+    ASSERT_EQ(both->test_count, 2u);
+    EXPECT_EQ(bytes_of(*both->data_1ph[0]), bytes_of(*first->data_1ph[0]));
+    EXPECT_EQ(bytes_of(*both->data_1ph[1]), bytes_of(*second->data_1ph[0]));
+    EXPECT_EQ(both->raw_data, std::string(first->raw_data) + second->raw_data);
+    single_phase_.voltage = 300.0;
+    EXPECT_EQ(test_1ph("V", QVL_DB_DoNotStore), code::voltage_out_of_range);
+}
+
+TEST_F(DeviceApi, ALongTestAveragesItsNoise) {
+    describe("[durations]\nlong_test = 100\n[channel]\nnoise = 1e-3\n");
+    ASSERT_EQ(start(), QVL_Success);
+    const auto deviation = [&](bool long_test) {
+        single_phase_.long_test = long_test;
+        double squares = 0.0;
+        constexpr int tests = 60;
+        for (int i = 0; i < tests; ++i) {
+            Record record;
+            EXPECT_EQ(test_1ph("N", QVL_DB_DoNotStore, &record), QVL_Success);
+            squares += std::pow(record->data_1ph[0]->phase.Ratio / 50.0 - 1.0, 2);
+        }
+        return std::sqrt(squares / tests);
+    };
+    const double short_deviation = deviation(false), long_deviation = deviation(true);
+    EXPECT_NEAR(short_deviation / 1.414e-3, 1.0, 0.3);  // of two readings with 1e-3 each
+    EXPECT_NEAR(short_deviation / long_deviation, 10.0, 4.0);
+}
+
+}  // namespace
+}  // namespace simulator
