@@ -96,7 +96,9 @@ void read_transformer(TableReader& table, TransformerData& transformer) {
     table.table("tap_changer", [&](TableReader& taps) {
         taps.read("lowest", transformer.tap_changer.lowest, {-20.0, 0.0});
         taps.read("highest", transformer.tap_changer.highest, {0.0, 20.0});
-        taps.read("step", transformer.tap_changer.step, {0.0, 4.9});
+        taps.read("step", transformer.tap_changer.step, {0.0, 10.0});
+        if (transformer.tap_changer.lowest * transformer.tap_changer.step < -90.0)
+            taps.refuse("step", "leaves too few turns in the lowest position");
     });
     table.table("shorted_turns", [&](TableReader& fault) {
         ShortedTurns& shorted = transformer.shorted_turns.emplace();

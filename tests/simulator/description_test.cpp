@@ -37,6 +37,8 @@ TEST(Description, ErrorsSayWhereAndWhyAndWhatWouldBeRight) {
         {"[transformer.shorted_turns]\nside = \"high\"",                         "my.toml:1: [transformer.shorted_turns] phase is missing"  },
         {"[transformer.open_winding]\nside = \"left\"\nphase = \"A\"",
          "my.toml:2: [transformer.open_winding] side must be one of \"high\", \"low\""                                                      },
+        {"[transformer.tap_changer]\nlowest = -10\nstep = 10",
+         "my.toml:3: [transformer.tap_changer] step leaves too few turns in the lowest position"                                            },
         {"[channel]\nnoise = -1e-6",                                             "my.toml:2: [channel] noise must be a number from 0 to 0.1"},
         {"[limits]\nvoltage = [9, 3]",
          "my.toml:2: [limits] voltage must be two numbers in ascending order, from 0 to 1000"                                               },

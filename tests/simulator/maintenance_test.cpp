@@ -1,1 +1,433 @@
+// The test database, the log, attachments, calibration and power, as the console tester meets them.
 #include "tests/simulator/device_fixture.h"
+
+#include <cmath>
+#include <numbers>
+#include <numeric>
+
+namespace simulator {
+namespace {
+
+using testing::ElementsAre;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+class Maintenance : public DeviceApi {
+  protected:
+    std::vector<std::string> listed(QVL_OrderField field, bool ascending) {
+        QVL_TestLabelsList* list = nullptr;
+        EXPECT_EQ(QVL_ListRecords(&list, field, ascending), QVL_Success);
+        std::vector<std::string> ids;
+        for (std::uint32_t i = 0; i < list->count; ++i) ids.emplace_back(list->labels[i].test_id);
+        EXPECT_EQ(QVL_FreeTestRecordsList(list), QVL_Success);
+        EXPECT_EQ(QVL_FreeTestRecordsList(list), code::bad_parameter);
+        return ids;
+    }
+
+    // The whole log; `calls`: how many chunks it came in.
+    std::string log(unsigned chunk = 4096, int* calls = nullptr) {
+        std::vector<char> buffer(chunk);
+        std::string text;
+        bool more = false;
+        int count = 0;
+        do {
+            unsigned bytes = 0;
+            EXPECT_EQ(QVL_ReadFile(QVL_ReadFile_ErrorLog, count == 0, buffer.data(), chunk, bytes, more), QVL_Success);
+            text.append(buffer.data(), bytes);
+            ++count;
+        } while (more);
+        if (calls) *calls = count;
+        return text;
+    }
+
+    QVL_CalibrationData calibration() {
+        QVL_CalibrationData data;
+        EXPECT_EQ(QVL_GetCalibrData(&data), QVL_Success);
+        return data;
+    }
+
+    QVL_DeviceInfo info() {
+        QVL_DeviceInfo info;
+        EXPECT_EQ(QVL_GetDeviceInfo(&info), QVL_Success);
+        return info;
+    }
+
+    std::array<double, 3> begin_voltage_calibration() {
+        std::array<double, 3> own{};
+        EXPECT_EQ(QVL_CalibrateVoltageBegin(48.0, 20000, &own[0], &own[1], &own[2], progress_), QVL_Success);
+        return own;
+    }
+
+    QVL_ResultCode attach(const char* id, const std::string& path, const char* name = "photo.png") {
+        return QVL_AddAttachement(id, path.c_str(), name, progress_);
+    }
+
+    std::string file(const std::string& content) {
+        const auto path = folder_ / "source";
+        std::ofstream(path, std::ios::binary) << content;
+        return path.string();
+    }
+
+    const char* access_code_ = "3f9a0c2e7d41b86a5e0f13c9d7a2b468";
+    const QVL_MeasurementBoardInfo identity_{"1111-111-11", "00", "M111111-1111-LF"};
+};
+
+TEST_F(Maintenance, RecordsAreListedInSixOrders) {
+    ASSERT_EQ(start(), QVL_Success);
+    const auto by_time = listed(QVL_Order_DateTime, true);
+    EXPECT_THAT(by_time, ElementsAre("SELF-TEST", "T1-2024-0183", "TR-0815-B", "CT-7-S1"));
+    parameters_.magnetic_balance = parameters_.raw_data = false;
+    ASSERT_EQ(test("b", QVL_DB_NewRecord), QVL_Success);
+    ASSERT_EQ(test("A", QVL_DB_NewRecord), QVL_Success);
+    ASSERT_EQ(test_1ph("tr-0815-a", QVL_DB_NewRecord), QVL_Success);
+    EXPECT_THAT(listed(QVL_Order_DateTime, true),
+                ElementsAre("SELF-TEST", "T1-2024-0183", "TR-0815-B", "CT-7-S1", "b", "A", "tr-0815-a"));
+    EXPECT_THAT(listed(QVL_Order_DateTime, false),
+                ElementsAre("tr-0815-a", "A", "b", "CT-7-S1", "TR-0815-B", "T1-2024-0183", "SELF-TEST"));
+    EXPECT_THAT(listed(QVL_Order_TestID, true),
+                ElementsAre("A", "b", "CT-7-S1", "SELF-TEST", "T1-2024-0183", "tr-0815-a", "TR-0815-B"));
+    EXPECT_THAT(listed(QVL_Order_TestID, false),
+                ElementsAre("TR-0815-B", "tr-0815-a", "T1-2024-0183", "SELF-TEST", "CT-7-S1", "b", "A"));
+    // DYn5, DYn11, YnD1, 1Ph: clock numbers count as numbers.
+    EXPECT_THAT(listed(QVL_Order_VectorGroup, true),
+                ElementsAre("TR-0815-B", "SELF-TEST", "b", "A", "T1-2024-0183", "CT-7-S1", "tr-0815-a"));
+    EXPECT_THAT(listed(QVL_Order_VectorGroup, false),
+                ElementsAre("CT-7-S1", "tr-0815-a", "T1-2024-0183", "SELF-TEST", "b", "A", "TR-0815-B"));
+    QVL_TestLabelsList* list = nullptr;
+    EXPECT_EQ(QVL_ListRecords(&list, QVL_OrderField{3}, true), code::bad_parameter);
+}
+
+TEST_F(Maintenance, WhatIsDeletedStaysDeleted) {
+    ASSERT_EQ(start(), QVL_Success);
+    read("no such", code::no_such_record);
+    EXPECT_EQ(QVL_DeleteRecord("no such"), code::no_such_record);
+    EXPECT_EQ(attach("SELF-TEST", file("x")), QVL_Success);
+    EXPECT_EQ(QVL_DeleteRecord("SELF-TEST"), QVL_Success);
+    read("SELF-TEST", code::no_such_record);
+    restart();
+    EXPECT_THAT(listed(QVL_Order_TestID, true), ElementsAre("CT-7-S1", "T1-2024-0183", "TR-0815-B"));
+    // A new record of the same ID does not inherit the attachment.
+    ASSERT_EQ(test("SELF-TEST", QVL_DB_NewRecord), QVL_Success);
+    EXPECT_EQ(QVL_DeleteAttachement("SELF-TEST", "photo.png"), code::no_such_attachment);
+    redescribe("[instrument]\ncard_read_only = true");
+    EXPECT_EQ(QVL_DeleteRecord("CT-7-S1"), code::card_read_only);
+    EXPECT_EQ(QVL_ClearTestDatabase(), code::card_read_only);
+    redescribe("");
+    EXPECT_EQ(QVL_ClearTestDatabase(), QVL_Success);
+    restart();
+    EXPECT_THAT(listed(QVL_Order_DateTime, true), IsEmpty());
+    redescribe("[instrument]\ndatabase_loaded = false");
+    QVL_TestLabelsList* list = nullptr;
+    EXPECT_EQ(QVL_ListRecords(&list, QVL_Order_DateTime, true), code::database_not_loaded);
+    read("T", code::database_not_loaded);
+}
+
+TEST_F(Maintenance, TheFirstRecordsAreTheSameEveryTimeAndTakeNothingFromTheSeed) {
+    const auto first_bytes = [&] {
+        EXPECT_EQ(start(), QVL_Success);
+        std::string bytes;
+        for (const std::string& id : listed(QVL_Order_DateTime, true)) bytes += bytes_of(*read(id.c_str()));
+        EXPECT_EQ(QVL_Lib_Shutdown(), QVL_Success);
+        std::filesystem::remove_all(folder_ / "state");
+        return bytes;
+    };
+    const std::string first = first_bytes();
+    describe("seed = 9");
+    EXPECT_EQ(first_bytes(), first);
+
+    ASSERT_EQ(start(), QVL_Success);
+    Record on_fresh_state, on_used_state;
+    ASSERT_EQ(test("T", QVL_DB_DoNotStore, &on_fresh_state), QVL_Success);
+    restart();
+    ASSERT_EQ(test("T", QVL_DB_DoNotStore, &on_used_state), QVL_Success);
+    EXPECT_EQ(bytes_of(*on_fresh_state), bytes_of(*on_used_state));
+    EXPECT_LT(read("TR-0815-B")->data_3ph[0]->B.Ratio_Error, -0.5);  // the one with shorted turns
+    EXPECT_EQ(read("CT-7-S1")->label.ct_l, 1000);
+}
+
+TEST_F(Maintenance, TheLogTellsWhatHappenedAndComesInChunks) {
+    ASSERT_EQ(start(), QVL_Success);
+    EXPECT_EQ(QVL_DeleteRecord("no such"), code::no_such_record);
+    EXPECT_EQ(test("T", QVL_DB_NewRecord), QVL_Success);
+    redescribe("[[instrument_fault]]\noperation = \"QVL_SetDebugEnabled\"\ncode = \"TIMEOUT\"\n");
+    EXPECT_EQ(QVL_SetDebugEnabled(true), code::timeout);
+    restart();
+    const std::string text = log();
+    std::string events;
+    for (std::size_t at = 0; at < text.size(); at = text.find('\n', at) + 1)
+        events += text.substr(at + 21, text.find('\n', at) + 1 - at - 21);
+    EXPECT_EQ(events, "INFO  Started\n"
+                      "ERROR QVL_DeleteRecord: NO_SUCH_RECORD\n"
+                      "INFO  Test stored under the ID T\n"
+                      "ERROR QVL_SetDebugEnabled: TIMEOUT: a fault of the description\n"
+                      "INFO  Shut down\n"
+                      "INFO  Started\n");
+    EXPECT_THAT(text, testing::MatchesRegex("2[0-9-]+T[0-9:]+Z INFO  Started\n(.|\n)*"));
+
+    int calls = 0;
+    const auto size = static_cast<unsigned>(text.size());
+    for (const auto& [chunk, expected_calls] : {
+             std::pair(size, 1), {size - 1, 2                     },
+               {1u,       static_cast<int>(size)}
+    }) {
+        EXPECT_EQ(log(chunk, &calls), text);
+        EXPECT_EQ(calls, expected_calls);
+    }
+    char buffer[8];
+    unsigned bytes = 1;
+    bool more = true;
+    EXPECT_EQ(QVL_ReadFile(QVL_ReadFile_ErrorLog, false, buffer, 8, bytes, more), code::read_not_begun);
+    EXPECT_EQ(bytes, 0u);
+    EXPECT_FALSE(more);
+    EXPECT_EQ(QVL_ReadFile(QVL_ReadFileType{1}, true, buffer, 8, bytes, more), code::not_supported);
+    EXPECT_EQ(QVL_ReadFile(QVL_ReadFile_ErrorLog, true, buffer, 0, bytes, more), code::bad_parameter);
+}
+
+TEST_F(Maintenance, ALongLogKeepsItsSizeAndWhatComesAfterIt) {
+    describe("[instrument]\nlog_size = 409600\n");
+    ASSERT_EQ(start(), QVL_Success);
+    int calls = 0;
+    const std::string text = log(102400, &calls);
+    EXPECT_EQ(calls, 5);
+    EXPECT_EQ(text[409599], '\n');
+    EXPECT_THAT(text.substr(409600), EndsWith("Z INFO  Started\n"));
+    EXPECT_EQ(text.find('\n', 409600), text.size() - 1);
+    EXPECT_EQ(log(7777), text);
+}
+
+TEST_F(Maintenance, TheTapChangerMovesTheRatioStepByStepAndStopsAtItsEnds) {
+    describe("[transformer.tap_changer]\nlowest = -1\nhighest = 2\nstep = 5\n");
+    ASSERT_EQ(start(), QVL_Success);
+    const auto ratio = [&] {
+        Record record;
+        EXPECT_EQ(test("T", QVL_DB_DoNotStore, &record), QVL_Success);
+        return record->data_3ph[0]->B.Ratio;
+    };
+    struct Move {
+        QVL_TCDirection direction;
+        QVL_ResultCode result;
+        double ratio;
+    };
+    for (const Move& move : {
+             Move{QVL_TC_Up,          QVL_Success,              52.5},
+             {QVL_TC_Up,          QVL_Success,              55.0},
+             {QVL_TC_Up,          code::tap_changer_at_end, 55.0},
+             {QVL_TCDirection{3}, code::bad_parameter,      55.0},
+             {QVL_TC_Down,        QVL_Success,              52.5},
+             {QVL_TC_Down,        QVL_Success,              50.0},
+             {QVL_TC_Down,        QVL_Success,              47.5},
+             {QVL_TC_Down,        code::tap_changer_at_end, 47.5},
+    }) {
+        EXPECT_EQ(QVL_CloseTapChangerManual(move.direction), move.result);
+        EXPECT_NEAR(ratio(), move.ratio, 0.01);
+    }
+    restart();
+    EXPECT_NEAR(ratio(), 47.5, 0.01);
+    redescribe("[transformer.tap_changer]\nlowest = 0\n");
+    EXPECT_NEAR(ratio(), 50.0, 0.01);
+}
+
+TEST_F(Maintenance, AnInstrumentThatIsOffAnswersAgainAfterItsNextStart) {
+    for (const auto& [switch_off, message] : {
+             std::pair(&QVL_Reboot, "The simulated instrument restarts.\n"),
+             {&QVL_PowerOff, "The simulated instrument is switched off.\n"}
+    }) {
+        ASSERT_EQ(start(), QVL_Success);
+        EXPECT_EQ(QVL_ElevateToFactoryPrivilages(access_code_), QVL_Success);
+        testing::internal::CaptureStderr();
+        EXPECT_EQ(switch_off(), QVL_Success);
+        EXPECT_EQ(testing::internal::GetCapturedStderr(), message);
+        EXPECT_EQ(QVL_CheckConnection(), code::connection_lost);
+        EXPECT_EQ(test("T", QVL_DB_DoNotStore), code::connection_lost);
+        restart();
+        EXPECT_EQ(QVL_CheckConnection(), QVL_Success);
+        EXPECT_EQ(QVL_FactoryResetMeasurementBoard(&identity_, nullptr), code::no_factory_privileges);
+        EXPECT_EQ(QVL_Lib_Shutdown(), QVL_Success);
+    }
+    ASSERT_EQ(start(), QVL_Success);
+    EXPECT_THAT(log(), HasSubstr("INFO  Switched off by the operator\n"));
+}
+
+TEST_F(Maintenance, AttachmentsAreKeptWithTheirRecord) {
+    ASSERT_EQ(start(), QVL_Success);
+    std::string content(100000, '\0');
+    std::iota(content.begin(), content.end(), '\0');
+    unsigned long long size = 7;
+    unsigned bytes = 7;
+    std::string buffer(content.size(), 'x');
+    EXPECT_EQ(attach("SELF-TEST", (folder_ / "none").string()), code::file_not_readable);
+    EXPECT_EQ(attach("SELF-TEST", folder_.string()), code::file_not_readable);
+    EXPECT_EQ(attach("no such", file(content)), code::no_such_record);
+    EXPECT_EQ(attach("SELF-TEST", file(content), ""), code::bad_parameter);
+    EXPECT_EQ(attach("SELF-TEST", file(content)), QVL_Success);
+    EXPECT_EQ(attach("SELF-TEST", file("other")), code::attachment_exists);
+    EXPECT_EQ(attach("SELF-TEST", file(""), "empty"), QVL_Success);
+    restart();
+    EXPECT_EQ(QVL_EndReadAttachementFull(buffer.data(), 10, bytes), code::read_not_begun);
+    EXPECT_EQ(QVL_BeginReadAttachement("SELF-TEST", "photo", &size), code::no_such_attachment);
+    EXPECT_EQ(QVL_BeginReadAttachement("no such", "photo.png", &size), code::no_such_record);
+    EXPECT_EQ(size, 7u);
+    ASSERT_EQ(QVL_BeginReadAttachement("SELF-TEST", "photo.png", &size), QVL_Success);
+    EXPECT_EQ(size, content.size());
+    EXPECT_EQ(QVL_EndReadAttachementFull(buffer.data(), 99999, bytes), code::buffer_too_small);
+    EXPECT_EQ(QVL_EndReadAttachementFull(buffer.data(), 100000, bytes), QVL_Success);
+    EXPECT_EQ(bytes, 100000u);
+    EXPECT_EQ(buffer, content);
+    EXPECT_EQ(QVL_EndReadAttachementFull(buffer.data(), 100000, bytes), code::read_not_begun);
+    ASSERT_EQ(QVL_BeginReadAttachement("SELF-TEST", "empty", &size), QVL_Success);
+    EXPECT_EQ(size, 0u);
+    EXPECT_EQ(QVL_EndReadAttachementFull(nullptr, 0, bytes), QVL_Success);
+    EXPECT_EQ(QVL_DeleteAttachement("SELF-TEST", "photo.png"), QVL_Success);
+    EXPECT_EQ(QVL_DeleteAttachement("SELF-TEST", "photo.png"), code::no_such_attachment);
+}
+
+// The shorted leads read the board's offset and nothing else, so a zero calibration takes it out of the next test.
+TEST_F(Maintenance, AZeroCalibrationTakesAnOffsetOutOfTheReadingsAndAFactoryResetPutsItBack) {
+    describe("[instrument]\ncalibrated = false\n[channel]\noffset = 0.05\ngain_error = 0\n");
+    ASSERT_EQ(start(), QVL_Success);
+    const auto largest_error = [&] {
+        Record three, single;
+        EXPECT_EQ(test("T", QVL_DB_DoNotStore, &three), QVL_Success);
+        EXPECT_EQ(test_1ph("T", QVL_DB_DoNotStore, &single), QVL_Success);
+        const auto& test = *three->data_3ph[0]->down;
+        double largest = std::abs(single->data_1ph[0]->phase.Ratio - 50.0);
+        for (const auto* phase : {&test.A, &test.B, &test.C})
+            largest = std::max(largest, std::abs(phase->Ratio - 50.0));
+        return largest;
+    };
+    EXPECT_FALSE(info().calibrated);
+    EXPECT_GT(largest_error(), 0.2);
+    EXPECT_EQ(std::memcmp(&static_cast<const QVL_CalibrationData&>(calibration()),
+                          &static_cast<const QVL_CalibrationData&>(QVL_CalibrationData()), sizeof(QVL_CalibrationData)),
+              0);
+
+    EXPECT_EQ(QVL_CalibrateZero(nullptr), QVL_Success);
+    EXPECT_LT(largest_error(), 0.005);
+    EXPECT_NE(calibration().ph1.shift_volt_low[1][2], 0.0);
+    EXPECT_NE(calibration().ph3.zero_rms_corr[2][3], 0.0);
+    restart();
+    EXPECT_LT(largest_error(), 0.005);
+    EXPECT_TRUE(info().calibrated);
+    EXPECT_NEAR(info().calibration_time, static_cast<double>(time(nullptr)), 5.0);
+
+    EXPECT_EQ(QVL_FactoryResetMeasurementBoard(&identity_, nullptr), code::no_factory_privileges);
+    EXPECT_EQ(QVL_ElevateToFactoryPrivilages("3f9a"), code::access_denied);
+    EXPECT_EQ(QVL_ElevateToFactoryPrivilages(access_code_), QVL_Success);
+    EXPECT_EQ(QVL_FactoryResetMeasurementBoard(&identity_, nullptr), QVL_Success);
+    EXPECT_EQ(QVL_FactoryResetMeasurementBoard(&identity_, nullptr), code::no_factory_privileges);
+    EXPECT_GT(largest_error(), 0.2);
+    EXPECT_FALSE(info().calibrated);
+    EXPECT_EQ(calibration().ph1.shift_volt_low[1][2], 0.0);
+    EXPECT_EQ(calibration().reserved_2871, 2);
+    EXPECT_THAT(log(), HasSubstr("Measurement board reset: PCBA 1111-111-11, revision 00, serial M111111-1111-LF\n"));
+}
+
+// A reset board is off by its tolerances; the external meter and the fixture tell by how much.
+TEST_F(Maintenance, VoltageAndCurrentCalibrationsMakeTheReadingsRight) {
+    describe(
+        "[instrument]\ncalibrated = false\n[channel]\noffset = 0\ngain_error = 0.05\nnoise = 0\nnoise_floor = 0\n");
+    ASSERT_EQ(start(), QVL_Success);
+    const double meter = 48.0 / std::numbers::sqrt3;
+    EXPECT_EQ(QVL_CalibrateVoltageEnd(meter, meter, meter, nullptr), code::calibration_not_begun);
+    const auto own = begin_voltage_calibration();
+    EXPECT_GT(std::abs(own[1] - meter), 1e-3 * meter);
+    EXPECT_EQ(QVL_CalibrateVoltageEnd(meter, 0.0, meter, nullptr), code::implausible_calibration);
+    EXPECT_EQ(QVL_CalibrateVoltageEnd(meter, std::nan(""), meter, nullptr), code::implausible_calibration);
+    EXPECT_EQ(calibration().volt_corr_rms[0], 1.0);
+    EXPECT_EQ(QVL_CalibrateVoltageEnd(meter, meter, 1.01 * meter, nullptr), QVL_Success);
+    EXPECT_NEAR(calibration().volt_corr_rms[1], meter / own[1], 1e-12);
+    EXPECT_EQ(QVL_CalibrateVoltageEnd(meter, meter, meter, nullptr), code::calibration_not_begun);
+    const auto corrected = begin_voltage_calibration();
+    for (const int phase : {0, 1}) EXPECT_NEAR(corrected.at(static_cast<std::size_t>(phase)), meter, 1e-9);
+    EXPECT_NEAR(corrected[2], 1.01 * meter, 1e-9);
+
+    EXPECT_EQ(QVL_CalibrateHighCurrent(48.0, 4.7, 0.0, 4.7, nullptr), code::implausible_calibration);
+    EXPECT_EQ(QVL_CalibrateHighCurrent(500.0, 4.7, 4.7, 4.7, nullptr), code::voltage_out_of_range);
+    EXPECT_EQ(calibration().curr_corr.k_high_curr[2], 1.0);
+    const auto current = [&] {
+        Record record;
+        EXPECT_EQ(test("T", QVL_DB_DoNotStore, &record), QVL_Success);
+        return record->data_3ph[0]->C.Current_f;
+    };
+    const double before = current();
+    EXPECT_EQ(QVL_CalibrateHighCurrent(48.0, 4.7, 4.7, 4.7, nullptr), QVL_Success);
+    EXPECT_GT(std::abs(calibration().curr_corr.k_high_curr[2] - 1.0), 1e-3);
+    EXPECT_NEAR(current() / before, calibration().curr_corr.k_high_curr[2], 1e-9);
+    EXPECT_TRUE(info().calibrated);
+}
+
+TEST_F(Maintenance, WhatTakesTimeReportsProgressAndIsCancelledWithoutATrace) {
+    struct Seen {
+        int last = 0, total = 0, cancel_at = 0;
+    } seen;
+    const QVL_ProgressCallback progress{[](void* context, int current, int total) {
+                                            auto& to = *static_cast<Seen*>(context);
+                                            EXPECT_EQ(current, to.last + 1);
+                                            to.last = current;
+                                            to.total = total;
+                                            if (current == to.cancel_at) QVL_CancelOperation();
+                                        },
+                                        &seen};
+    progress_ = &progress;
+    ASSERT_EQ(start(), QVL_Success);
+    const std::string source = file("x");
+    double own = 0.0;
+    begin_voltage_calibration();
+    const std::pair<const char*, std::function<QVL_ResultCode()>> operations[] = {
+        {"zero",    [&] { return QVL_CalibrateZero(&progress); }                                       },
+        {"current", [&] { return QVL_CalibrateHighCurrent(48.0, 5.0, 5.0, 5.0, &progress); }           },
+        {"end",     [&] { return QVL_CalibrateVoltageEnd(27.7, 27.7, 27.7, &progress); }               },
+        {"begin",   [&] { return QVL_CalibrateVoltageBegin(48.0, 20000, &own, &own, &own, &progress); }},
+        {"attach",  [&] { return attach("SELF-TEST", source); }                                        },
+        {"single",  [&] { return test_1ph("S", QVL_DB_NewRecord); }                                    },
+        {"reset",
+         [&] {
+             EXPECT_EQ(QVL_ElevateToFactoryPrivilages(access_code_), QVL_Success);
+             return QVL_FactoryResetMeasurementBoard(&identity_, &progress);
+         }                                                                                             },
+    };
+    const auto before = calibration();
+    for (const auto& [name, operation] : operations) {
+        SCOPED_TRACE(name);
+        seen = {0, 0, 1};
+        EXPECT_EQ(operation(), code::cancelled);
+    }
+    const auto after = calibration();
+    EXPECT_EQ(std::memcmp(&before, &after, sizeof before), 0);
+    EXPECT_EQ(info().calibration_time, 1707211800);
+    EXPECT_FALSE(stored("S"));
+    EXPECT_EQ(QVL_DeleteAttachement("SELF-TEST", "photo.png"), code::no_such_attachment);
+    for (const auto& [name, operation] : operations) {
+        SCOPED_TRACE(name);
+        seen = {};
+        EXPECT_EQ(operation(), std::string(name) == "end" ? code::calibration_not_begun : QVL_Success);
+        EXPECT_EQ(seen.last, seen.total);
+    }
+}
+
+TEST_F(Maintenance, DirectVoltageIsAppliedWithinTheSupplysRange) {
+    ASSERT_EQ(start(), QVL_Success);
+    const auto apply = [](int direction, int measure, int shorted, int supply, double volts) {
+        return QVL_Diagnose_SetVoltageDC(QVL_TestDirection{direction}, QVL_PhaseMeasure{measure}, QVL_Measure_1_2,
+                                         QVL_PhaseShort{shorted}, QVL_Short_None, QVL_PowerSupplyType{supply}, volts);
+    };
+    EXPECT_EQ(apply(1, 1, 2, 1, 47.0), QVL_Success);
+    EXPECT_EQ(apply(0, 6, 0, 0, 12.0), QVL_Success);
+    EXPECT_EQ(apply(0, 1, 0, 0, 13.0), code::voltage_out_of_range);
+    EXPECT_EQ(apply(1, 1, 0, 1, 0.0), code::voltage_out_of_range);
+    EXPECT_EQ(apply(1, 1, 0, 1, 100.0), code::voltage_out_of_range);
+    for (const auto& [direction, measure, shorted, supply] : {
+             std::array{2, 1, 0, 1},
+             {1, 7, 0, 1},
+             {1, 1, 4, 1},
+             {1, 1, 0, 2}
+    })
+        EXPECT_EQ(apply(direction, measure, shorted, supply, 5.0), code::bad_parameter);
+    redescribe("[instrument]\nboard_connected = false");
+    EXPECT_EQ(apply(1, 1, 0, 1, 5.0), code::board_not_connected);
+    EXPECT_EQ(QVL_CalibrateZero(nullptr), code::board_not_connected);
+}
+
+}  // namespace
+}  // namespace simulator
