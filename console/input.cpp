@@ -1,5 +1,6 @@
 #include "console/input.h"
 
+#include <cstdio>
 #include <iostream>
 #include <unistd.h>
 
@@ -38,4 +39,25 @@ std::string input_line() {
     std::string line;
     std::getline(std::cin, line);
     return line;
+}
+
+std::string input_word() {
+    std::string word;
+    std::cin >> word;
+    return word;
+}
+
+double input_double() {
+    double value = 0;
+    std::cin >> value;
+    return value;
+}
+
+int input_key() {
+    std::cout.flush();  // the C stream does not do it for a prompt
+    return std::getchar();
+}
+
+bool input_go_ahead() {
+    return !is_cancel_key(input_key());
 }

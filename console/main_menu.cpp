@@ -2,7 +2,13 @@
 
 #include "console/globals.h"
 #include "console/input.h"
+#include "console/service_menus.h"
+#include "maintenance/calibration.h"
+#include "maintenance/database.h"
+#include "maintenance/diagnose.h"
+#include "maintenance/factory_reset.h"
 #include "runs/result_check.h"
+#include "runs/single_phase.h"
 #include "runs/three_phase.h"
 
 #include <algorithm>
@@ -53,22 +59,22 @@ struct MenuEntry {
 };
 
 constexpr MenuEntry C_MainMenu[] = {
-    {1,  "1. Three Phase Transformer Test",     Three_Phase, Then::ShowMenu},
-    {2,  "2. Single Phase Test",                nullptr,     Then::ShowMenu},
-    {3,  "3. Calibration",                      nullptr,     Then::ShowMenu},
-    {4,  "4. Database",                         nullptr,     Then::ShowMenu},
-    {5,  "5. Choose frequency",                 nullptr,     Then::ShowMenu},
-    {6,  "6. RAW Data settings",                nullptr,     Then::ShowMenu},
-    {7,  "7. Change debug mode",                nullptr,     Then::ShowMenu},
-    {10, "10. Diagnose measurement board",      nullptr,     Then::ShowMenu},
-    {12, "12. Measurement board factory reset", nullptr,     Then::ShowMenu},
-    {30, "30. FAN settings",                    nullptr,     Then::ShowMenu},
-    {70, "70. Get log file",                    nullptr,     Then::ShowMenu},
-    {91, "91. Tap changer",                     nullptr,     Then::ShowMenu},
-    {99, "99. Test",                            nullptr,     Then::ShowMenu},
-    {0,  "0. Exit",                             nullptr,     Then::Leave   },
-    {8,  nullptr,                               nullptr,     Then::ShowMenu},
-    {9,  nullptr,                               nullptr,     Then::ShowMenu},
+    {1,  "1. Three Phase Transformer Test",     Three_Phase,                  Then::ShowMenu},
+    {2,  "2. Single Phase Test",                Single_Phase,                 Then::ShowMenu},
+    {3,  "3. Calibration",                      Calibration,                  Then::ShowMenu},
+    {4,  "4. Database",                         Database,                     Then::ShowMenu},
+    {5,  "5. Choose frequency",                 Choose_Freq,                  Then::ShowMenu},
+    {6,  "6. RAW Data settings",                Show_RAW_Data,                Then::ShowMenu},
+    {7,  "7. Change debug mode",                Change_Debug_Mode,            Then::ShowMenu},
+    {10, "10. Diagnose measurement board",      Diagnose,                     Then::ShowMenu},
+    {12, "12. Measurement board factory reset", MeasurementBoardFactoryReset, Then::ShowMenu},
+    {30, "30. FAN settings",                    Fan_Settings,                 Then::ShowMenu},
+    {70, "70. Get log file",                    Get_Log_File,                 Then::ShowMenu},
+    {91, "91. Tap changer",                     Tap_Changer,                  Then::ShowMenu},
+    {99, "99. Test",                            Test_Attachement,             Then::ShowMenu},
+    {0,  "0. Exit",                             nullptr,                      Then::Leave   },
+    {8,  nullptr,                               Reboot_Device,                Then::Leave   },
+    {9,  nullptr,                               Power_Off_Device,             Then::Leave   },
 };
 
 void print_main_menu() {

@@ -31,7 +31,7 @@ QVL_DBAction TestRun::database_action() const {
     return done_ == 0 ? QVL_DB_NewRecord : QVL_DB_Append;
 }
 
-void TestRun::report(const QVL_Test_Record& record, void (*write_rows)(std::ostream&, const QVL_Test_Record&)) {
+void TestRun::report(const QVL_Test_Record& record, RowWriter write_rows) {
     ++done_;
     test_id_ = record.label.test_id ? record.label.test_id : "";
 

@@ -9,13 +9,20 @@
 #include <iostream>
 #include <string>
 
+// Writes one row for each measurement of the record.
+using RowWriter = void (*)(std::ostream& file, const QVL_Test_Record& record);
+
+// Where the empty line stands that parts one test from the next.
+enum class EmptyLine { BeforeResult, AfterResult };
+
 // What one kind of test brings to a run.
 template <class Parameters>
 struct TestKind {
     QVL_ResultCode (*test)(const char* test_id, const Parameters*, const char* extra, QVL_DBAction,
                            const QVL_ProgressCallback*, QVL_Test_Record**);
-    std::string column_header;                                       // of the range result file
-    void (*write_rows)(std::ostream& file, const QVL_Test_Record&);  // one row for each measurement of the record
+    std::string column_header;  // of the range result file
+    RowWriter write_rows;
+    EmptyLine empty_line;
 };
 
 // One run: the texts, files and database actions around its tests.
@@ -32,7 +39,7 @@ class TestRun {
     QVL_DBAction database_action() const;
 
     // Prints and writes the result of the test that was announced last.
-    void report(const QVL_Test_Record& record, void (*write_rows)(std::ostream&, const QVL_Test_Record&));
+    void report(const QVL_Test_Record& record, RowWriter write_rows);
 
     // Writes the RAW data file if one is wanted.
     void end() const;
@@ -70,9 +77,10 @@ void run_test_plan(const TestPlan& plan, Parameters parameters, const TestKind<P
             std::cout << "ERROR in last test";
             break;
         }
+        if (kind.empty_line == EmptyLine::BeforeResult) std::cout << std::endl;
         run.report(*record, kind.write_rows);
         QVL_FreeTestRecord(record);
-        std::cout << std::endl;
+        if (kind.empty_line == EmptyLine::AfterResult) std::cout << std::endl;
     }
     run.end();
 }

@@ -2,6 +2,7 @@
 
 #include "console/globals.h"
 #include "console/input.h"
+#include "runs/measurement_type.h"
 #include "runs/test_run.h"
 #include "runs/three_phase_row.h"
 #include "runs/transformer_entry.h"
@@ -9,12 +10,6 @@
 #include <iostream>
 
 namespace {
-
-struct MeasurementType {
-    int choice;
-    QVL_TestMode mode;
-    double QVL_DeviceInfo::*default_voltage;
-};
 
 constexpr MeasurementType C_MeasurementTypes[] = {
     {1, QVL_TestMode_VR_Auto, &QVL_DeviceInfo::auto_voltage     },
@@ -31,11 +26,7 @@ const MeasurementType* select_measurement_type() {
               << "3. Ratio 3 Ph Step UP" << std::endl
               << "13. Median Filter Auto Test" << std::endl
               << "0. Exit" << std::endl;
-    const int choice = input_int();
-    for (const MeasurementType& type : C_MeasurementTypes) {
-        if (type.choice == choice) return &type;
-    }
-    return nullptr;
+    return input_measurement_type(C_MeasurementTypes);
 }
 
 struct TestMethod {
@@ -107,5 +98,5 @@ void Three_Phase() {
     parameters.raw_data = get_RAW_Data;
 
     TestRun run(plan.size(), InputNewTestID(), !method.all_types);
-    run_test_plan(plan, parameters, {QVL_Test_3ph, ColumnHeader_3F(), PerformTest_3F}, run);
+    run_test_plan(plan, parameters, {QVL_Test_3ph, ColumnHeader_3F(), PerformTest_3F, EmptyLine::AfterResult}, run);
 }

@@ -1,6 +1,6 @@
 #include "runs/three_phase_row.h"
 
-#include "output/fields.h"
+#include "runs/row_cells.h"
 
 #include <iomanip>
 
@@ -60,30 +60,6 @@ constexpr Field<Phase> C_PhaseAColumns[] = {
     {"LT_X",   &Phase::LT_X,        Number},
     {"Temp C", &Phase::Temperature, Number},
 };
-
-template <class Record, std::size_t Count>
-void add_headings(std::string& header, const Field<Record> (&columns)[Count]) {
-    for (const auto& column : columns) header.append(";").append(column.label);
-}
-
-template <std::size_t Count>
-void add_headings(std::string& header, const PhaseField (&columns)[Count]) {
-    for (const auto& column : columns) {
-        for (const char* label : {column.label_a, column.label_b, column.label_c}) header.append(";").append(label);
-    }
-}
-
-template <class Record, std::size_t Count>
-void add_cells(ResultWriter& row, const Record& record, const Field<Record> (&columns)[Count]) {
-    for (const auto& column : columns) (row << ';').write(record.*column.value, column.quantity);
-}
-
-template <std::size_t Count>
-void add_cells(ResultWriter& row, const Test& test, const PhaseField (&columns)[Count]) {
-    for (const auto& column : columns) {
-        for (const auto phase : C_Phases) (row << ';').write(test.*phase.*column.value, column.quantity);
-    }
-}
 
 const char* type_label(QVL_TestType type) {
     switch (type) {
