@@ -119,52 +119,19 @@ class ApiDouble {
 
     ApiCalls calls;
 
-#define OPERATION(name)                                                                                                \
-    Operation<decltype(QVL_##name)> name {                                                                             \
-        "QVL_" #name, calls                                                                                            \
-    }
-    OPERATION(Lib_Initialize);
-    OPERATION(Lib_InitializeTestStation);
-    OPERATION(Lib_Shutdown);
-    OPERATION(GetResultCodeName);
-    OPERATION(CheckConnection);
-    OPERATION(GetStatus);
-    OPERATION(GetDeviceInfo);
-    OPERATION(SetSettings);
-    OPERATION(SetDebugEnabled);
-    OPERATION(ReadFile);
-    OPERATION(CloseTapChangerManual);
-    OPERATION(Reboot);
-    OPERATION(PowerOff);
-    OPERATION(CancelOperation);
-    OPERATION(AddAttachement);
-    OPERATION(BeginReadAttachement);
-    OPERATION(EndReadAttachementFull);
-    OPERATION(DeleteAttachement);
-    OPERATION(Test_3ph);
-    OPERATION(Test_1ph);
-    OPERATION(CalibrateZero);
-    OPERATION(CalibrateVoltageBegin);
-    OPERATION(CalibrateVoltageEnd);
-    OPERATION(CalibrateHighCurrent);
-    OPERATION(GetCalibrData);
-    OPERATION(Diagnose_SetVoltageDC);
-    OPERATION(ElevateToFactoryPrivilages);
-    OPERATION(FactoryResetMeasurementBoard);
-    OPERATION(ListRecords);
-    OPERATION(FreeTestRecordsList);
-    OPERATION(ReadRecord);
-    OPERATION(FreeTestRecord);
-    OPERATION(DeleteRecord);
-    OPERATION(ClearTestDatabase);
-    OPERATION(CheckRecordExists);
+#define OPERATION(arguments, name) Operation<decltype(QVL_##name)> name{"QVL_" #name, calls};
+#include "tests/api_operations.inc"
 #undef OPERATION
 };
 
 // The reply of a test that hands back a record; the record stays the test's own.
-std::function<QVL_ResultCode(const char*, const QVL_Parameters_3ph*, const char*, QVL_DBAction,
-                             const QVL_ProgressCallback*, QVL_Test_Record**)>
-delivers(QVL_Test_Record& record, QVL_ResultCode result = QVL_Success);
+inline auto delivers(QVL_Test_Record& record, QVL_ResultCode result = QVL_Success) {
+    return [&record, result](const char*, const auto*, const char*, QVL_DBAction, const QVL_ProgressCallback*,
+                             QVL_Test_Record** delivered) {
+        *delivered = &record;
+        return result;
+    };
+}
 
 // The reply of QVL_GetResultCodeName; a null description is left as it was.
 std::function<const char*(QVL_ResultCode, const char**)> names(const char* name, const char* description);
