@@ -95,6 +95,7 @@ QVL_API QVL_ResultCode QVL_CalibrateVoltageEnd(double h1_h0, double h2_h0, doubl
 QVL_API QVL_ResultCode QVL_CalibrateHighCurrent(double excitation_voltage, double x1_x0, double x2_x0, double x3_x0,
                                                 const QVL_ProgressCallback* progress);
 
+// The corrections that are in use.
 QVL_API QVL_ResultCode QVL_GetCalibrData(QVL_CalibrationData* data);
 
 // Applies a DC voltage (volts) to a pair of connections, for checking the board with a meter.
@@ -114,12 +115,13 @@ QVL_API QVL_ResultCode QVL_FactoryResetMeasurementBoard(const QVL_MeasurementBoa
 QVL_API QVL_ResultCode QVL_ListRecords(QVL_TestLabelsList** list, QVL_OrderField field, bool ascending);
 QVL_API QVL_ResultCode QVL_FreeTestRecordsList(const QVL_TestLabelsList* list);
 
-// Reads one stored test. The record goes back with QVL_FreeTestRecord. The console tester always passes true.
-QVL_API QVL_ResultCode QVL_ReadRecord(const char* test_id, bool full, QVL_Test_Record** record);
+// Reads one stored test. The record goes back with QVL_FreeTestRecord. The flag is always true.
+QVL_API QVL_ResultCode QVL_ReadRecord(const char* test_id, bool flag, QVL_Test_Record** record);
 
 // Gives back a record that a test or QVL_ReadRecord returned.
 QVL_API QVL_ResultCode QVL_FreeTestRecord(const QVL_Test_Record* record);
 
+// Delete one stored test, and all of them.
 QVL_API QVL_ResultCode QVL_DeleteRecord(const char* test_id);
 QVL_API QVL_ResultCode QVL_ClearTestDatabase();
 

@@ -57,7 +57,3 @@ int input_key() {
     std::cout.flush();  // the C stream does not do it for a prompt
     return std::getchar();
 }
-
-bool input_go_ahead() {
-    return !is_cancel_key(input_key());
-}

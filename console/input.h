@@ -16,8 +16,8 @@ std::string input_line();
 // Reads one word; what follows it stays on the line. Empty lines are skipped.
 std::string input_word();
 
-// Reads a floating-point number; what follows it stays on the line. After anything but a number the value is 0, and
-// the reads to come fail until input_int meets the line.
+// Reads a floating-point number; what follows it stays on the line. After anything but a number the value is 0
+// (after one too large: infinite), and the reads to come fail until input_int meets the line.
 double input_double();
 
 // Reads one key from the C stream; what follows it stays on the line.
@@ -27,6 +27,3 @@ int input_key();
 constexpr bool is_cancel_key(int key) {
     return key == 'X' || key == 'x';
 }
-
-// Waits for one key; false when it cancels.
-bool input_go_ahead();

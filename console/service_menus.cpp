@@ -25,6 +25,9 @@ constexpr FanSetting C_FanSettings[] = {
     {"fan_full_end_temp: ",   &QVL_Settings::fan_full_end_temp,   " C"},
 };
 
+constexpr char C_LogFileSuffix[] = ".error.log";
+constexpr unsigned C_LogBufferSize = 102400;
+
 bool set_debug(bool enabled) {
     if (!CheckResult(QVL_SetDebugEnabled(enabled))) return false;
     std::cout << (enabled ? "DEBUG set to ON" : "DEBUG set to OFF");
@@ -32,14 +35,14 @@ bool set_debug(bool enabled) {
 }
 
 void copy_error_log(std::ostream& file) {
-    std::vector<char> buffer(102400);
+    std::vector<char> buffer(C_LogBufferSize);
     unsigned total = 0;
     bool first = true, more = true;
     while (more) {
         unsigned bytes_read = 0;
         more = false;
-        const QVL_ResultCode result = QVL_ReadFile(QVL_ReadFile_ErrorLog, first, buffer.data(),
-                                                   static_cast<unsigned>(buffer.size()), bytes_read, more);
+        const QVL_ResultCode result =
+            QVL_ReadFile(QVL_ReadFile_ErrorLog, first, buffer.data(), C_LogBufferSize, bytes_read, more);
         if (result != QVL_Success) return;
         file.write(buffer.data(), bytes_read);
         total += bytes_read;
@@ -52,7 +55,7 @@ void close_tap_changer(QVL_TCDirection direction) {
     if (CheckResult(QVL_CloseTapChangerManual(direction))) std::cout << "DONE" << std::endl;
 }
 
-constexpr char C_SelfTestRecord[] = "SELF-TEST";
+constexpr char C_SelfTestRecord[] = "SELF-TEST";  // among the records that a new instrument comes with
 constexpr char C_SelfTestAttachement[] = "test2.png";
 
 // The image lies beside the program, in the build folder as well as where it is installed.
@@ -65,11 +68,12 @@ std::string self_test_image() {
 bool read_back_attachement() {
     unsigned long long size = 0;
     if (!CheckResult(QVL_BeginReadAttachement(C_SelfTestRecord, C_SelfTestAttachement, &size))) return false;
-    std::vector<char> buffer(size);
-    std::cout << "buf size: " << buffer.size() << std::endl;
+    const auto buffer_size = static_cast<unsigned>(size);
+    std::vector<char> buffer(buffer_size);
+    std::cout << "buf size: " << buffer_size << std::endl;
 
     unsigned bytes_read = 0;
-    if (!CheckResult(QVL_EndReadAttachementFull(buffer.data(), static_cast<unsigned>(buffer.size()), bytes_read))) {
+    if (!CheckResult(QVL_EndReadAttachementFull(buffer.data(), buffer_size, bytes_read))) {
         return false;
     }
     std::cout << "QVL_BeginReadAttachement bytes_read: " << bytes_read << std::endl;
@@ -131,7 +135,7 @@ void Fan_Settings() {
 }
 
 void Get_Log_File() {
-    const std::string name = current_file + ".error.log";
+    const std::string name = current_file + C_LogFileSuffix;
     std::cout << "SAVING LOG FILE to " << name << "..." << std::endl;
     std::ofstream file(name, std::ios::binary | std::ios::trunc);
     copy_error_log(file);

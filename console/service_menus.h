@@ -5,7 +5,7 @@ void Choose_Freq();        // test frequency
 void Show_RAW_Data();      // RAW data files on or off
 void Change_Debug_Mode();  // the device's debug mode
 void Fan_Settings();
-void Get_Log_File();  // copies the device's error log into the working folder
+void Get_Log_File();  // copies the device's error log to current_file + ".error.log"
 void Tap_Changer();   // drives the tap changer by hand
 void Reboot_Device();
 void Power_Off_Device();

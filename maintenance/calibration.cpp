@@ -13,6 +13,8 @@ namespace {
 constexpr double C_ExcitationVoltage = 48.0;     // V
 constexpr int C_VoltageCalibrationTime = 20000;  // ms, time enough to read an external meter
 
+constexpr char C_StartPrompt[] = "Press <ENTER> to Start or X to exit calibration";
+
 // What an entry leaves behind: an X at a go-ahead and a refused step lead back to the main menu.
 enum class Then { ShowMenu, Leave };
 
@@ -23,7 +25,7 @@ double ask(const char* question) {
 
 bool go_ahead(const char* prompt) {
     std::cout << prompt << std::endl;
-    return input_go_ahead();
+    return !is_cancel_key(input_key());
 }
 
 Then completed() {
@@ -33,7 +35,7 @@ Then completed() {
 
 Then calibrate_zero() {
     std::cout << "Connect together H1 to X1, H2 to X2 and H3 to X3" << std::endl;
-    if (!go_ahead("Press <ENTER> to Start or X to exit calibration")) return Then::Leave;
+    if (!go_ahead(C_StartPrompt)) return Then::Leave;
     if (!CheckResult(QVL_CalibrateZero(&C_PrintProgress))) return Then::Leave;
     return completed();
 }
@@ -48,7 +50,7 @@ void print_own_readings(double h1, double h2, double h3) {
 Then calibrate_voltage() {
     std::cout << "Connect leads to resistive star. Prepare to measure voltage between H1-H0, H2-H0, H3-H0 during 20 sec"
               << std::endl;
-    if (!go_ahead("Press <ENTER> to Start or X to exit calibration")) return Then::Leave;
+    if (!go_ahead(C_StartPrompt)) return Then::Leave;
 
     double own_h1 = 0, own_h2 = 0, own_h3 = 0;
     if (!CheckResult(QVL_CalibrateVoltageBegin(C_ExcitationVoltage, C_VoltageCalibrationTime, &own_h1, &own_h2, &own_h3,
@@ -71,7 +73,7 @@ Then calibrate_high_current() {
     const double x3 = ask("Enter fixture resistor X3-X0, Ohms: ");
     std::cout << "Connect all leads to the the high current fixture" << std::endl;
     // The line end behind the last resistor answers this prompt: the procedure starts at once.
-    if (!go_ahead("Press <ENTER> to Start or X to exit calibration")) return Then::Leave;
+    if (!go_ahead(C_StartPrompt)) return Then::Leave;
     if (!CheckResult(QVL_CalibrateHighCurrent(C_ExcitationVoltage, x1, x2, x3, &C_PrintProgress))) return Then::Leave;
     return completed();
 }

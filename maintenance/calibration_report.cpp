@@ -3,31 +3,34 @@
 #include "console/default_format.h"
 
 #include <iostream>
+#include <iterator>
+#include <string>
+#include <string_view>
 
 namespace {
 
 // The label carries the opening bracket, since two of them have a blank before it.
 template <class... Indices>
-void print_coefficient(const char* label, double value, std::size_t first, Indices... others) {
+void print_coefficient(std::string_view label, double value, std::size_t first, Indices... others) {
     std::cout << label << first;
     ((std::cout << "][" << others), ...);
     std::cout << "]= " << value << "\n";
 }
 
 template <std::size_t N>
-void print_array(const char* label, const double (&values)[N]) {
+void print_array(std::string_view label, const double (&values)[N]) {
     for (std::size_t i = 0; i < N; ++i) print_coefficient(label, values[i], i);
 }
 
 template <std::size_t N, std::size_t M>
-void print_array(const char* label, const double (&values)[N][M]) {
+void print_array(std::string_view label, const double (&values)[N][M]) {
     for (std::size_t i = 0; i < N; ++i) {
         for (std::size_t j = 0; j < M; ++j) print_coefficient(label, values[i][j], i, j);
     }
 }
 
 template <std::size_t N, std::size_t M, std::size_t L>
-void print_array(const char* label, const double (&values)[N][M][L]) {
+void print_array(std::string_view label, const double (&values)[N][M][L]) {
     for (std::size_t i = 0; i < N; ++i) {
         for (std::size_t j = 0; j < M; ++j) {
             for (std::size_t k = 0; k < L; ++k) print_coefficient(label, values[i][j][k], i, j, k);
@@ -35,34 +38,31 @@ void print_array(const char* label, const double (&values)[N][M][L]) {
     }
 }
 
-struct PathLabels {
-    const char* zero_rms_corr;
-    const char* shift_volt_high;
-    const char* shift_volt_low;
-};
+void end_block() {
+    std::cout << std::endl;
+}
 
-// Zero and shift corrections of one position stand together.
-void print_shifts(const PathLabels& labels, const QVL_PathCorrection& path) {
-    for (std::size_t i = 0; i < 3; ++i) {
-        for (std::size_t j = 0; j < 4; ++j) {
-            print_coefficient(labels.zero_rms_corr, path.zero_rms_corr[i][j], i, j);
-            print_coefficient(labels.shift_volt_high, path.shift_volt_high[i][j], i, j);
-            print_coefficient(labels.shift_volt_low, path.shift_volt_low[i][j], i, j);
+// Zero and shift corrections of one position stand together. `name` is that of the path.
+void print_path(const std::string& name, const QVL_PathCorrection& path) {
+    for (std::size_t i = 0; i < std::size(path.zero_rms_corr); ++i) {
+        for (std::size_t j = 0; j < std::size(path.zero_rms_corr[i]); ++j) {
+            print_coefficient((name + ".zero_rms_corr["), path.zero_rms_corr[i][j], i, j);
+            print_coefficient((name + ".shift_volt_high["), path.shift_volt_high[i][j], i, j);
+            print_coefficient((name + ".shift_volt_low["), path.shift_volt_low[i][j], i, j);
         }
     }
+    end_block();
+    print_array((name + ".volt_af["), path.volt_af);
+    end_block();
 }
 
 void print_input_amplifiers(const QVL_CalibrationData& data) {
-    for (std::size_t i = 0; i < 8; ++i) {
-        for (std::size_t j = 0; j < 3; ++j) {
+    for (std::size_t i = 0; i < std::size(data.k_lt6375_hv); ++i) {
+        for (std::size_t j = 0; j < std::size(data.k_lt6375_hv[i]); ++j) {
             print_coefficient("k_lt6375_hv [", data.k_lt6375_hv[i][j], i, j);
             print_coefficient("k_lt6375_xv [", data.k_lt6375_xv[i][j], i, j);
         }
     }
-}
-
-void end_block() {
-    std::cout << std::endl;
 }
 
 }  // namespace
@@ -73,14 +73,8 @@ void Print_Correction_File(const QVL_CalibrationData& data) {
     end_block();
     print_array("curr_corr.k_high_curr[", data.curr_corr.k_high_curr);
     end_block();
-    print_shifts({"ph3.zero_rms_corr[", "ph3.shift_volt_high[", "ph3.shift_volt_low["}, data.ph3);
-    end_block();
-    print_array("ph3.volt_af[", data.ph3.volt_af);
-    end_block();
-    print_shifts({"ph1.zero_rms_corr[", "ph1.shift_volt_high[", "ph1.shift_volt_low["}, data.ph1);
-    end_block();
-    print_array("ph1.volt_af[", data.ph1.volt_af);
-    end_block();
+    print_path("ph3", data.ph3);
+    print_path("ph1", data.ph1);
     print_array("k_PGA1[", data.k_PGA1);
     end_block();
     print_array("k_loPGA23[", data.k_loPGA23);

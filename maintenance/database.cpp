@@ -8,6 +8,7 @@
 #include "runs/transformer_entry.h"
 
 #include <iostream>
+#include <iterator>
 
 namespace {
 
@@ -41,7 +42,7 @@ const SortOrder* select_sort_order() {
                   << "0. Cancel" << std::endl;
         const int choice = input_int();
         if (choice == 0) return nullptr;
-        if (choice >= 1 && choice <= 6) return &C_SortOrders[choice - 1];
+        if (choice >= 1 && choice <= std::ssize(C_SortOrders)) return &C_SortOrders[choice - 1];
     }
 }
 
@@ -78,7 +79,7 @@ void ListTestResults() {
     const SortOrder* order = select_sort_order();
     if (!order) return;
     std::cout << "Existing test results: " << std::endl;
-    QVL_TestLabelsList* list = nullptr;
+    QVL_TestLabelsList* list = nullptr;  // may stay null even after a success
     if (!CheckResult(QVL_ListRecords(&list, order->field, order->ascending)) || !list) return;
     print_labels(*list);
     QVL_FreeTestRecordsList(list);
@@ -86,7 +87,7 @@ void ListTestResults() {
 
 void ReadDatabaseRecord() {
     const char* testID = InputExistingTestID();
-    QVL_Test_Record* record = nullptr;
+    QVL_Test_Record* record = nullptr;  // may stay null even after a success
     if (!CheckResult(QVL_ReadRecord(testID, true, &record)) || !record) return;
     QVL_Test_Output::ResultsToText(record, std::cout, current_frequency, DeviceSerialNumber, device_software_version,
                                    nullptr);

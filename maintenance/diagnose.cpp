@@ -46,10 +46,11 @@ int DiagnoseVoltageDC() {
 
     // Both sides share one short, so that only the low side's choice counts, and it goes to the high side.
     QVL_PhaseShort shared_short = QVL_Short_None;
-    QVL_PhaseMeasure measure_hi, measure_lo;
     std::cout << "Hi Side connection:" << std::endl;
+    QVL_PhaseMeasure measure_hi = QVL_Measure_1_2;
     SelectConnectionH(&measure_hi, &shared_short);
     std::cout << "Low Side connection:" << std::endl;
+    QVL_PhaseMeasure measure_lo = QVL_Measure_1_2;
     SelectConnectionX(&measure_lo, &shared_short);
 
     const QVL_PowerSupplyType power_supply = select_power_supply();

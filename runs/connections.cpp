@@ -3,6 +3,7 @@
 #include "console/input.h"
 
 #include <iostream>
+#include <iterator>
 
 namespace {
 
@@ -29,7 +30,7 @@ constexpr Connection C_Connections[] = {
 void select_connection(const char* const Connection::*line, QVL_PhaseMeasure* measure, QVL_PhaseShort* shorted) {
     for (const Connection& connection : C_Connections) std::cout << connection.*line << std::endl;
     const int choice = input_int();
-    const Connection& chosen = C_Connections[choice >= 1 && choice <= 9 ? choice - 1 : 0];
+    const Connection& chosen = C_Connections[choice >= 1 && choice <= std::ssize(C_Connections) ? choice - 1 : 0];
     *measure = chosen.measure;
     *shorted = chosen.shorted;
 }

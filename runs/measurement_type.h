@@ -2,6 +2,7 @@
 #pragma once
 
 #include "api/qvl_parameters.h"
+#include "api/qvl_service.h"
 #include "console/input.h"
 
 #include <cstddef>

@@ -4,7 +4,6 @@
 
 #include <ctime>
 #include <fcntl.h>
-#include <iomanip>
 #include <unistd.h>
 
 namespace {
@@ -24,7 +23,6 @@ void RangeFile::open(const std::string& test_id, const std::string& column_heade
     current_file = path_;
 
     stream_.open(path_, std::ios::out | std::ios::trunc);
-    stream_ << std::fixed << std::setprecision(8);
     stream_ << "sep=;\n"
             << "ZERKO software version;" << device_software_version << "\n"
             << "Date & Time;" << std::ctime(&now) << "\n\n"

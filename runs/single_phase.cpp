@@ -39,7 +39,14 @@ void select_connections(QVL_Parameters_1ph& parameters) {
     SelectConnectionX(&parameters.measure_lo, &parameters.short_lo);
 }
 
-// Asks the test ID and runs the plan. The flag makes no difference.
+// Every single-phase test carries these, whatever the operator chose.
+void set_fixed_fields(QVL_Parameters_1ph& parameters) {
+    parameters.fixed_32 = 1.0;
+    parameters.fixed_40 = 100;
+    parameters.fixed_60 = 0;
+}
+
+// Asks the test ID and runs the plan. The flag has no meaning any more and stays for its callers.
 template <class Parameters, class TestFunction, class Writer>
 void PerformTest_Impl(Parameters parameters, TestPlan& plan, const std::string& column_header, bool, TestFunction test,
                       Writer write_rows) {
@@ -61,8 +68,7 @@ void Single_Phase() {
     TestPlan plan = InputTestVoltage(device_info.*measurement->default_voltage);
     parameters.nameplate_ratio = InputNameplateRatio();
     parameters.frequency = current_frequency;
-    parameters.fixed_40 = 100;
-    parameters.fixed_32 = 1.0;
     parameters.long_test = debug_long_test;
+    set_fixed_fields(parameters);
     PerformTest_Impl(parameters, plan, ColumnHeader_1F(), false, QVL_Test_1ph, PerformTest_1F);
 }

@@ -47,7 +47,7 @@ void TestRun::report(const QVL_Test_Record& record, RowWriter write_rows) {
     if (get_RAW_Data && record.raw_data) raw_data_ += record.raw_data;
 }
 
-void TestRun::end() const {
+void TestRun::end() {
     if (!get_RAW_Data) return;
     std::ofstream file(current_file + ".RAW.csv", std::ios::out | std::ios::trunc);
     file << raw_data_;

@@ -42,7 +42,7 @@ class TestRun {
     void report(const QVL_Test_Record& record, RowWriter write_rows);
 
     // Writes the RAW data file if one is wanted.
-    void end() const;
+    void end();
 
   private:
     bool is_series() const { return tests_ > 1; }

@@ -72,6 +72,14 @@ TestPlan for_all_test_types(const TestPlan& plan) {
     return all;
 }
 
+// Every three-phase test carries these, whatever the operator chose.
+void set_fixed_fields(QVL_Parameters_3ph& parameters) {
+    parameters.fixed_8 = 100;
+    parameters.fixed_24 = 1.0;
+    parameters.fixed_60 = 0;
+    parameters.fixed_74 = true;
+}
+
 }  // namespace
 
 void Three_Phase() {
@@ -89,13 +97,13 @@ void Three_Phase() {
     SelectPhaseShift(parameters);
     TestPlan plan = InputTestVoltage(device_info.*measurement->default_voltage);
     parameters.nameplate_ratio = InputNameplateRatio();
-    parameters.fixed_24 = 1.0;
     parameters.frequency = current_frequency;
+    parameters.raw_data = get_RAW_Data;
+    set_fixed_fields(parameters);
     if (method.all_types) {
         std::cout << "Testing ALL test types." << std::endl;
         plan = for_all_test_types(plan);
     }
-    parameters.raw_data = get_RAW_Data;
 
     TestRun run(plan.size(), InputNewTestID(), !method.all_types);
     run_test_plan(plan, parameters, {QVL_Test_3ph, ColumnHeader_3F(), PerformTest_3F, EmptyLine::AfterResult}, run);

@@ -9,7 +9,7 @@
 // The column header line, without its line end.
 std::string ColumnHeader_3F();
 
-// Writes one row for each test of a three-phase record and flushes the file, so that a finished test is never lost.
+// Writes one row for each test of a three-phase record.
 // Leaves the file in fixed notation with precision 8. A null phase or terminal name makes the file's stream go bad;
 // a null test ID prints as empty.
 void PerformTest_3F(std::ostream& file, const QVL_Test_Record& record);

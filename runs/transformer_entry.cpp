@@ -6,19 +6,18 @@
 #include "runs/result_check.h"
 
 #include <iostream>
+#include <numbers>
 #include <stdexcept>
 
 namespace {
 
-constexpr double C_Pi = 3.141592653589793;
-
-bool ends_in_degree_sign(const std::string& text) {
+bool ends_in_d(const std::string& text) {
     return text.back() == 'd' || text.back() == 'D';
 }
 
 template <class Parameters>
 void set_absolute_angle(Parameters& parameters, const std::string& degrees) {
-    parameters.phase_shift = std::stod(degrees) * C_Pi / 180;
+    parameters.phase_shift = std::stod(degrees) * std::numbers::pi / 180;
     parameters.phasing = 0;
     const DefaultFormat format(std::cout);
     std::cout << "Absolute phase shift angle: " << parameters.phase_shift << std::endl;
@@ -65,7 +64,7 @@ void SelectPhaseShift(Parameters& parameters) {
             return;
         }
         try {
-            if (ends_in_degree_sign(strInput)) {
+            if (ends_in_d(strInput)) {
                 strInput.pop_back();
                 set_absolute_angle(parameters, strInput);
             } else {
@@ -88,7 +87,7 @@ double InputNameplateRatio() {
         try {
             return std::stod(strRatio);
         } catch (const std::logic_error&) {
-            // As above.
+            // No number, or one that does not fit: the prompt says what to type.
         }
     }
 }
