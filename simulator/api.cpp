@@ -40,12 +40,17 @@ ListsOut& lists_out() {
     return *lists;
 }
 
+// The faults of the running device; none while there is no device.
+Faults& faults() {
+    static auto* const of_device = new Faults;
+    return *of_device;
+}
+
 // No exception leaves the library.
 template <class Work>
 QVL_ResultCode guarded(Work work) noexcept {
     try {
-        work();
-        return QVL_Success;
+        return work();
     } catch (const Failure& failure) {
         return failure.code();
     } catch (const std::bad_alloc&) {
@@ -60,31 +65,40 @@ Device& running() {
     return *running_device;
 }
 
-// Runs an operation of the device, unless the device has a fault for this call of it.
+// Does an operation's work, unless the device has a fault for this call of it. A failure leaves a line in its log.
+template <class Work>
+QVL_ResultCode run(Device& device, const char* operation, Work work) {
+    try {
+        const QVL_ResultCode code = device.begin_call(operation);
+        work(device);
+        return code;
+    } catch (const Failure& failure) {
+        device.log(operation, failure);
+        throw;
+    }
+}
+
 template <class Work>
 QVL_ResultCode on_device(const char* operation, Work work) noexcept {
-    return guarded([&] {
-        Device& device = running();
-        try {
-            device.count_call(operation);
-            work(device);
-        } catch (const Failure& failure) {
-            device.log(operation, failure);
-            throw;
-        }
-    });
+    return guarded([&] { return run(running(), operation, work); });
 }
 
 void require(bool condition) {
     if (!condition) throw Failure(code::bad_parameter);
 }
 
-void start(const char* operation, QVL_Lib_Mode mode, bool debug) {
+QVL_ResultCode start(const char* operation, QVL_Lib_Mode mode, bool debug) {
     require(mode == QVL_Lib_Mode_Console);
     if (running_device) throw Failure(code::already_initialized);
-    auto device = std::make_unique<Device>(read_environment(), debug);
-    device->count_call(operation);
+    auto device = std::make_unique<Device>(read_environment(), debug, faults());
+    const QVL_ResultCode code = run(*device, operation, [](Device& started) { started.log("Started"); });
     running_device = device.release();
+    return code;
+}
+
+QVL_ResultCode give_back(bool was_ours) {
+    require(was_ours);
+    return QVL_Success;
 }
 
 QVL_Test_Record* hand_out(std::unique_ptr<OwnedRecord> owned) {
@@ -109,7 +123,7 @@ QVL_TestLabelsList* hand_out(std::vector<std::unique_ptr<OwnedRecord>> records) 
 using namespace simulator;
 
 QVL_ResultCode QVL_Lib_Initialize(QVL_StatusCallbackFunction, void*, QVL_Lib_Mode mode, bool debug) {
-    return guarded([&] { start("QVL_Lib_Initialize", mode, debug); });
+    return guarded([&] { return start("QVL_Lib_Initialize", mode, debug); });
 }
 
 QVL_ResultCode QVL_Lib_InitializeTestStation(const char* serial_port, QVL_StatusCallbackFunction, void*,
@@ -118,7 +132,7 @@ QVL_ResultCode QVL_Lib_InitializeTestStation(const char* serial_port, QVL_Status
         require(serial_port && *serial_port);
         std::error_code error;
         if (!std::filesystem::exists(serial_port, error)) throw Failure(code::serial_port_not_found);
-        start("QVL_Lib_InitializeTestStation", mode, debug);
+        return start("QVL_Lib_InitializeTestStation", mode, debug);
     });
 }
 
@@ -144,11 +158,10 @@ QVL_ResultCode QVL_CheckConnection() {
 QVL_ResultCode QVL_GetStatus(QVL_Status* status) {
     return guarded([&] {
         running().refresh();  // before its fault, so that a fault can be taken back
-        const QVL_ResultCode code = on_device("QVL_GetStatus", [&](Device& device) {
+        return on_device("QVL_GetStatus", [&](Device& device) {
             require(status);
             *status = device.status();
         });
-        if (code != QVL_Success) throw Failure(code);
     });
 }
 
@@ -194,8 +207,11 @@ QVL_ResultCode QVL_PowerOff() {
 }
 
 QVL_ResultCode QVL_CancelOperation() {
-    cancel_operation();
-    return QVL_Success;
+    return guarded([] {
+        const QVL_ResultCode code = faults().count_call("QVL_CancelOperation");
+        if (is_success(code)) cancel_operation();
+        return code;
+    });
 }
 
 QVL_ResultCode QVL_AddAttachement(const char* test_id, const char* source_path, const char* name,
@@ -252,7 +268,7 @@ QVL_ResultCode QVL_ListRecords(QVL_TestLabelsList** list, QVL_OrderField field, 
 }
 
 QVL_ResultCode QVL_FreeTestRecordsList(const QVL_TestLabelsList* list) {
-    return guarded([&] { require(!list || lists_out().erase(list) == 1); });
+    return guarded([&] { return give_back(!list || lists_out().erase(list) == 1); });
 }
 
 QVL_ResultCode QVL_ReadRecord(const char* test_id, bool full, QVL_Test_Record** record) {
@@ -281,7 +297,7 @@ QVL_ResultCode QVL_CheckRecordExists(const char* test_id, bool& exists) {
 }
 
 QVL_ResultCode QVL_FreeTestRecord(const QVL_Test_Record* record) {
-    return guarded([&] { require(!record || records_out().erase(record) == 1); });
+    return guarded([&] { return give_back(!record || records_out().erase(record) == 1); });
 }
 
 QVL_ResultCode QVL_CalibrateZero(const QVL_ProgressCallback* progress) {

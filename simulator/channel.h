@@ -48,6 +48,8 @@ struct ChannelData {
     double noise_floor = 0.5e-6;  // volts, standard deviation at the most sensitive range
     double offset = 0.4e-3;       // volts, largest offset behind a divider
     double gain_error = 2e-3;     // largest deviation of a stage's gain
+
+    bool operator==(const ChannelData&) const = default;
 };
 
 // What an uncorrected board does to its signals, drawn from a seed.

@@ -31,6 +31,7 @@ void read_instrument(TableReader& table, InstrumentData& instrument) {
     table.read("card_mounted", instrument.card_mounted);
     table.read("card_read_only", instrument.card_read_only);
     table.read("emergency_button_pressed", instrument.emergency_button_pressed);
+    table.read("database_capacity", instrument.database_capacity, {0.0, 1e9});
     table.read("log_size", instrument.log_size, {0.0, 1e8});
     table.read("status_code", instrument.status_code);
 }
@@ -70,6 +71,20 @@ void read_winding_fault(TableReader& table, WindingFault& fault) {
     fault.side = Side{side};
 }
 
+void read_tap_changer(TableReader& table, TapChanger& taps) {
+    table.read("lowest", taps.lowest, {-20.0, 0.0});
+    table.read("highest", taps.highest, {0.0, 20.0});
+    table.read("step", taps.step, {0.0, 10.0});
+    if (!leaves_turns(taps, taps.lowest)) table.refuse("step", "leaves too few turns in the lowest position");
+}
+
+void read_wrong_tap(TableReader& table, const TapChanger& taps, WrongTap& wrong) {
+    table.require("phase");
+    table.read_choice("phase", wrong.phase, {"A", "B", "C"});
+    table.read("steps", wrong.steps, {-20.0, 20.0});
+    if (!leaves_turns(taps, taps.lowest + wrong.steps)) table.refuse("steps", "leave the phase too few turns");
+}
+
 void read_transformer(TableReader& table, TransformerData& transformer) {
     table.read("name", transformer.name, longest_label_text);
     table.read(
@@ -93,12 +108,9 @@ void read_transformer(TableReader& table, TransformerData& transformer) {
     table.read("centre_limb_reluctance", transformer.centre_limb_reluctance, {0.01, 100.0});
     table.read("return_path_reluctance", transformer.return_path_reluctance, {0.0, 1e4});
     table.read("rated_secondary_current", transformer.rated_secondary_current, {0.01, 100.0});
-    table.table("tap_changer", [&](TableReader& taps) {
-        taps.read("lowest", transformer.tap_changer.lowest, {-20.0, 0.0});
-        taps.read("highest", transformer.tap_changer.highest, {0.0, 20.0});
-        taps.read("step", transformer.tap_changer.step, {0.0, 10.0});
-        if (transformer.tap_changer.lowest * transformer.tap_changer.step < -90.0)
-            taps.refuse("step", "leaves too few turns in the lowest position");
+    table.table("tap_changer", [&](TableReader& taps) { read_tap_changer(taps, transformer.tap_changer); });
+    table.table("wrong_tap", [&](TableReader& fault) {
+        read_wrong_tap(fault, transformer.tap_changer, transformer.wrong_tap.emplace());
     });
     table.table("shorted_turns", [&](TableReader& fault) {
         ShortedTurns& shorted = transformer.shorted_turns.emplace();
@@ -123,14 +135,16 @@ InstrumentFault read_fault(TableReader& table) {
     table.require("code");
     table.read("operation", fault.operation, 64);
     if (std::ranges::find(operation_names, fault.operation) == std::end(operation_names)) {
-        std::string reason = "names no operation of the device API";
+        std::string reason = "names no operation that can have a fault";
         const auto meant = did_you_mean(fault.operation, {std::begin(operation_names), std::end(operation_names)});
         if (meant) reason += "; did you mean " + *meant + "?";
         table.refuse("operation", reason);
     }
     table.read("code", fault.code);
+    if (fault.code == QVL_Success) table.refuse("code", "must be another than SUCCESS");
     table.read("on_call", fault.on_call, {1, 1e6});
     table.read("every", fault.every, {1, 1e6});
+    if (fault.on_call && fault.every) table.refuse("every", "and on_call exclude each other");
     return fault;
 }
 
@@ -150,12 +164,6 @@ Description read_document(const toml::table& document, const std::string& file) 
 }
 
 }  // namespace
-
-bool InstrumentFault::fires_on(int call) const {
-    if (on_call) return call == *on_call;
-    if (every) return call % *every == 0;
-    return true;
-}
 
 Description parse_description(std::string_view text, const std::string& file) {
     try {

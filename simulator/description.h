@@ -4,11 +4,11 @@
 
 #include "api/qvl_service.h"
 #include "simulator/channel.h"
+#include "simulator/faults.h"
 #include "simulator/measurement.h"
 #include "simulator/transformer.h"
 
 #include <cstdint>
-#include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -35,9 +35,12 @@ struct InstrumentData {
     bool card_read_only = false;
     bool emergency_button_pressed = false;
 
-    int log_size = 0;  // bytes that the device log starts with, from earlier use
+    int database_capacity = 100000;  // test records
+    int log_size = 0;                // bytes that the device log starts with, from earlier use
 
     QVL_ResultCode status_code = QVL_Success;  // a condition that the status reports
+
+    bool operator==(const InstrumentData&) const = default;
 };
 
 // Real time, in seconds.
@@ -52,15 +55,8 @@ struct Durations {
     double factory_reset = 3.0;
     double tap_changer = 1.0;
     double attachment = 0.5;
-};
 
-// A result code for an operation: for every call, every n-th call, or the n-th call alone.
-struct InstrumentFault {
-    std::string operation;
-    QVL_ResultCode code{};
-    std::optional<int> on_call, every;
-
-    bool fires_on(int call) const;  // calls are counted from 1
+    bool operator==(const Durations&) const = default;
 };
 
 struct Description {
@@ -71,6 +67,8 @@ struct Description {
     ChannelData channel;
     TransformerData transformer;
     std::vector<InstrumentFault> faults;
+
+    bool operator==(const Description&) const = default;
 };
 
 // Says where and why a description cannot be used: "file:line: reason".

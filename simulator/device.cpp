@@ -13,6 +13,7 @@ namespace simulator {
 namespace {
 
 constexpr const char* debug_setting = "debug";
+constexpr const char* fault_remark = "a fault of the description";
 
 // The device settings and the names that they are kept under.
 struct NamedSetting {
@@ -73,8 +74,9 @@ std::string name_of_board(const Description& description) {
 
 }  // namespace
 
-Device::Device(Environment environment, bool debug)
-    : environment_(std::move(environment)), description_time_(time_of(environment_.instrument)), debug_(debug) {
+Device::Device(Environment environment, bool debug, Faults& faults)
+    : environment_(std::move(environment)), description_time_(time_of(environment_.instrument)), faults_(faults),
+      debug_(debug) {
     try {
         Description description = described(environment_);
         store_ = open_store(environment_.state_folder);
@@ -84,13 +86,16 @@ Device::Device(Environment environment, bool debug)
         report(error, "The simulated instrument does not start.");
         throw Failure(code::bad_description, error.what());
     }
-    log("Started");
+}
+
+Device::~Device() {
+    faults_.set({});
 }
 
 void Device::use(Description description) {
     if (description.seed != description_.seed) noise_ = Noise(description.seed);
     description_ = std::move(description);
-    calls_.clear();
+    faults_.set(description_.faults);
     turn_transformer_to(stored_tap());
     remember_board();
 }
@@ -128,12 +133,12 @@ int Device::stored_tap() {
     return static_cast<int>(std::clamp<std::int64_t>(stored, taps.lowest, taps.highest));
 }
 
-void Device::count_call(const std::string& operation) {
+QVL_ResultCode Device::begin_call(const std::string& operation) {
     if (off_ && operation != "QVL_Lib_Shutdown") throw Failure(code::connection_lost);
-    const int call = ++calls_[operation];
-    for (const InstrumentFault& fault : description_.faults)
-        if (fault.operation == operation && fault.fires_on(call))
-            throw Failure(fault.code, "a fault of the description");
+    const QVL_ResultCode code = faults_.count_call(operation);
+    if (!is_success(code)) throw Failure(code, fault_remark);
+    if (code != QVL_Success) log(operation + ": " + name_of(code) + ": " + fault_remark);
+    return code;
 }
 
 void Device::log(const std::string& event) {

@@ -9,6 +9,7 @@
 #include "simulator/description.h"
 #include "simulator/device_log.h"
 #include "simulator/environment.h"
+#include "simulator/faults.h"
 #include "simulator/operation.h"
 #include "simulator/records.h"
 #include "simulator/result_codes.h"
@@ -18,7 +19,6 @@
 #include <array>
 #include <filesystem>
 #include <functional>
-#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -45,11 +45,16 @@ struct TestRun {
 // All operations throw Failure.
 class Device {
   public:
-    // Throws `bad_description`. A store that cannot be opened leaves the database not loaded.
-    Device(Environment environment, bool debug);
+    // Sets `faults`, which it does not own, to those of its description. Throws `bad_description`. A store that cannot
+    // be opened leaves the database not loaded.
+    Device(Environment environment, bool debug, Faults& faults);
+    ~Device();  // leaves no faults
+    Device(const Device&) = delete;
+    Device& operator=(const Device&) = delete;
 
-    // Fails when the device is off, or when its description has a fault for this call of the operation.
-    void count_call(const std::string& operation);
+    // Tells how the operation is to answer when it has done its work. Fails when the device is off, or when its
+    // description has a fault for this call.
+    QVL_ResultCode begin_call(const std::string& operation);
 
     // The device log: lines about what happened and what failed. They are lost without a store.
     void log(const std::string& event);
@@ -128,7 +133,7 @@ class Device {
     Environment environment_;
     std::optional<std::filesystem::file_time_type> description_time_;
     Description description_;
-    std::map<std::string, int> calls_;  // of each operation since the description was read
+    Faults& faults_;
     std::unique_ptr<Transformer> transformer_;
     int tap_ = 0;
     Coefficients board_;

@@ -59,7 +59,7 @@ std::unique_ptr<OwnedRecord> Device::run_test(const std::string& test_id, QVL_DB
     TextUtils::copy_safe(label.label_text, sizeof label.label_text, description_.transformer.name);
 
     operation.check();
-    if (action == QVL_DB_NewRecord) store().store_new(*record);
+    if (action == QVL_DB_NewRecord) store().store_new(*record, description_.instrument.database_capacity);
     if (action == QVL_DB_Append) store().append(*record);
     if (action != QVL_DB_DoNotStore) log("Test stored under the ID " + test_id);
     return record;
@@ -88,9 +88,12 @@ void Device::require_board() const {
 // What would fail after a test that takes its time had better fail before it.
 void Device::require_storable(const std::string& test_id, QVL_DBAction action) {
     if (action == QVL_DB_DoNotStore) return;
-    const bool exists = writable_database().exists(test_id);
+    Store& database = writable_database();
+    const bool exists = database.exists(test_id);
     if (action == QVL_DB_NewRecord && exists) throw Failure(code::record_exists);
     if (action == QVL_DB_Append && !exists) throw Failure(code::no_such_record);
+    const bool full = database.record_count() >= description_.instrument.database_capacity;
+    if (action == QVL_DB_NewRecord && full) throw Failure(code::database_full);
 }
 
 std::string Device::test_id_for(const char* given, QVL_DBAction action) {

@@ -1,4 +1,4 @@
-// The operations of the device API, by name.
+// The operations of the device API that can have a fault, by name. Giving a record or a list back always works.
 #pragma once
 
 #include <string_view>
@@ -18,6 +18,7 @@ inline constexpr std::string_view operation_names[] = {
     "QVL_CloseTapChangerManual",
     "QVL_Reboot",
     "QVL_PowerOff",
+    "QVL_CancelOperation",
     "QVL_AddAttachement",
     "QVL_BeginReadAttachement",
     "QVL_EndReadAttachementFull",
@@ -34,9 +35,7 @@ inline constexpr std::string_view operation_names[] = {
     "QVL_ElevateToFactoryPrivilages",
     "QVL_FactoryResetMeasurementBoard",
     "QVL_ListRecords",
-    "QVL_FreeTestRecordsList",
     "QVL_ReadRecord",
-    "QVL_FreeTestRecord",
     "QVL_DeleteRecord",
     "QVL_ClearTestDatabase",
 };

@@ -17,6 +17,8 @@ struct Limits {
     double induced_voltage = 2500.0;                // volts, highest on the side that is not excited
     double step_up_voltage = 12.0;                  // volts, most that an automatic test steps up
     double smallest_signal = 1e-4;                  // volts, least that can be measured
+
+    bool operator==(const Limits&) const = default;
 };
 
 // The measuring board with the transformer on its leads.

@@ -50,6 +50,8 @@ constexpr ResultCode result_codes[] = {
     {code::record_exists,            "RECORD_EXISTS",              "A test record of this ID is stored already. Choose another ID."           },
     {code::no_such_record,           "NO_SUCH_RECORD",             "No test record of this ID is stored."                                     },
     {code::wrong_record_type,        "WRONG_RECORD_TYPE",          "The stored record holds tests of another kind."                           },
+    {code::database_full,            "DATABASE_FULL",
+     "The test database holds as many records as it can. Delete some before storing another."                                                 },
     {code::bad_settings,             "BAD_SETTINGS",
      "Temperatures must lie from 0 to 100 degrees, the fan power from 0 to 100 percent, "
      "and full power must end below the temperature at which it starts."                                                                      },

@@ -36,6 +36,7 @@ inline constexpr QVL_ResultCode card_read_only{33};
 inline constexpr QVL_ResultCode record_exists{34};
 inline constexpr QVL_ResultCode no_such_record{35};
 inline constexpr QVL_ResultCode wrong_record_type{36};
+inline constexpr QVL_ResultCode database_full{37};
 inline constexpr QVL_ResultCode bad_settings{40};
 inline constexpr QVL_ResultCode no_such_attachment{50};
 inline constexpr QVL_ResultCode attachment_exists{51};
@@ -49,6 +50,11 @@ inline constexpr QVL_ResultCode implausible_calibration{71};
 inline constexpr QVL_ResultCode access_denied{80};
 inline constexpr QVL_ResultCode no_factory_privileges{81};
 }  // namespace code
+
+// Whether an operation that answers with the code has done its work.
+constexpr bool is_success(QVL_ResultCode code) {
+    return code == QVL_Success || code == QVL_Success_44 || code == QVL_Success_76;
+}
 
 // The name of a code; codes that the instrument does not have share one name.
 const char* name_of(QVL_ResultCode code);

@@ -201,8 +201,15 @@ bool Store::exists(std::string_view test_id) {
     return query.bind(test_id).step();
 }
 
-void Store::store_new(OwnedRecord& record) {
+std::int64_t Store::record_count() {
+    Statement query(database_, "SELECT count(*) FROM record");
+    query.step();
+    return query.integer(0);
+}
+
+void Store::store_new(OwnedRecord& record, std::int64_t capacity) {
     Transaction transaction(database_);
+    if (record_count() >= capacity) throw Failure(code::database_full);
     insert_record(record, std::time(nullptr));
     transaction.commit();
 }

@@ -40,9 +40,11 @@ class Store {
 
     bool exists(std::string_view test_id);
 
+    std::int64_t record_count();
+
     // Stores the tests of `record` under its label's test ID, all or nothing, and numbers the label.
-    void store_new(OwnedRecord& record);  // throws `record_exists`
-    void append(OwnedRecord& record);     // throws `no_such_record`, `wrong_record_type`
+    void store_new(OwnedRecord& record, std::int64_t capacity);  // throws `record_exists`, `database_full`
+    void append(OwnedRecord& record);                            // throws `no_such_record`, `wrong_record_type`
 
     // Stores the records that the instrument comes with, unless that was done before. Those that were deleted since
     // stay deleted.

@@ -115,7 +115,8 @@ Windings find_windings(const TransformerData& data) {
                     const auto coils = wind(data, windings, {1.0, 1.0, 1.0}, node_count);
                     if (has_clock_number(no_load_voltages(coils, node_count), data.group.clock)) return windings;
                 }
-    throw std::invalid_argument("windings of these kinds cannot be connected to that clock number");
+    const bool even = data.group.clock % 2 == 0;
+    throw std::invalid_argument(std::string("such windings make ") + (even ? "odd" : "even") + " clock numbers only");
 }
 
 // The low-side turns that give every pair its ratio. `windings.low.shift` says which terminal belongs to which phase.
@@ -156,6 +157,16 @@ Saturation saturation_at(double volts_per_hertz, const TransformerData& data) {
     const double fundamental = 1.0 + 2.0 * k * mean_of_sine_power(p + 2);
     const double mean_square = 1.0 + 4.0 * k * mean_of_sine_power(p + 2) + 2.0 * k * k * mean_of_sine_power(2 * p + 2);
     return {fundamental, std::sqrt(std::max(0.0, mean_square - fundamental * fundamental))};
+}
+
+// The turns of a winding in that position, relative to those in the middle position.
+double turns_at(const TapChanger& taps, int position) {
+    return 1.0 + position * taps.step / 100.0;
+}
+
+// The turns of a winding that is so many steps off the tap changer's position, relative to those in that position.
+double turns_off_tap(const TapChanger& taps, int steps) {
+    return turns_at(taps, taps.position + steps) / turns_at(taps, taps.position);
 }
 
 // Takes the shorted turns out of the winding. They stay on the limb as a loop that is closed in itself.
@@ -272,8 +283,14 @@ std::optional<VectorGroup> parse_vector_group(std::string_view text) {
     return VectorGroup{*high, *low, clock};
 }
 
+bool leaves_turns(const TapChanger& taps, int position) {
+    constexpr double fewest = 0.1;
+    return turns_at(taps, position) >= fewest;
+}
+
 TransformerData at_tap(TransformerData data, int position) {
-    for (double& ratio : data.turns_ratio) ratio *= 1.0 + position * data.tap_changer.step / 100.0;
+    for (double& ratio : data.turns_ratio) ratio *= turns_at(data.tap_changer, position);
+    data.tap_changer.position = position;
     return data;
 }
 
@@ -289,6 +306,8 @@ void Transformer::add_faults() {
         const auto hit = [coil = coils_[i]](const auto& fault) {
             return fault && fault->side == coil.side && fault->phase == coil.phase;
         };
+        if (data_.wrong_tap && coils_[i].side == Side::high && coils_[i].phase == data_.wrong_tap->phase)
+            coils_[i].turns *= turns_off_tap(data_.tap_changer, data_.wrong_tap->steps);
         if (hit(data_.open_winding)) coils_[i].open = true;
         if (hit(data_.reversed_winding)) coils_[i].turns = -coils_[i].turns;
         if (hit(data_.shorted_turns)) coils_.push_back(split_off(coils_[i], *data_.shorted_turns));

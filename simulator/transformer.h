@@ -40,6 +40,8 @@ struct VectorGroup {
     QVL_WindingType high = QVL_Winding_D;
     QVL_WindingType low = QVL_Winding_Yn;
     int clock = 11;
+
+    bool operator==(const VectorGroup&) const = default;
 };
 
 // Reads the usual notation: Dyn11, YNd1, Yzn5. Nothing when it is none; whether it can be wound is not asked.
@@ -49,18 +51,36 @@ std::optional<VectorGroup> parse_vector_group(std::string_view text);
 struct WindingFault {
     Side side = Side::high;
     int phase = 0;  // 0 to 2, as the phases of a test record
+
+    bool operator==(const WindingFault&) const = default;
 };
 
 // Part of a winding bridged by a short circuit between turns.
 struct ShortedTurns : WindingFault {
     double fraction = 0.01;   // of the winding's turns
     double resistance = 1.0;  // ohms, of the loop that the shorted turns make
+
+    bool operator==(const ShortedTurns&) const = default;
 };
 
 // Sits on the high-side windings; its middle position is 0. Each step up adds to the turns ratio.
 struct TapChanger {
     int lowest = -2, highest = 2;
     double step = 2.5;  // percent of the turns ratio in the middle position
+    int position = 0;
+
+    bool operator==(const TapChanger&) const = default;
+};
+
+// Whether a winding on that position keeps a tenth of its turns.
+bool leaves_turns(const TapChanger& taps, int position);
+
+// One phase's winding hangs on another tap than those of the two others.
+struct WrongTap {
+    int phase = 0;
+    int steps = 1;  // up from theirs
+
+    bool operator==(const WrongTap&) const = default;
 };
 
 // The nameplate and the equivalent circuit, all of it per phase winding. Inductances and resistances of the core are
@@ -84,6 +104,9 @@ struct TransformerData {
     std::optional<ShortedTurns> shorted_turns;
     std::optional<WindingFault> open_winding;
     std::optional<WindingFault> reversed_winding;
+    std::optional<WrongTap> wrong_tap;
+
+    bool operator==(const TransformerData&) const = default;
 };
 
 // The transformer with its tap changer in that position.

@@ -136,24 +136,6 @@ TEST_F(DeviceApi, TwoProcessesStoreIntoOneStateFolder) {
     }
 }
 
-TEST_F(DeviceApi, ACancelledTestEndsAtOnceAndStoresNothing) {
-    using Clock = std::chrono::steady_clock;
-    setenv("ZERKO_SIM_TIME_SCALE", "1", 1);
-    ASSERT_EQ(start(), QVL_Success);
-    Clock::time_point cancelled;
-    std::thread operator_([&] {
-        std::this_thread::sleep_for(std::chrono::milliseconds(350));
-        cancelled = Clock::now();
-        QVL_CancelOperation();
-    });
-    const auto code = test("T", QVL_DB_NewRecord);
-    const auto end = Clock::now();
-    operator_.join();
-    EXPECT_EQ(code, code::cancelled);
-    EXPECT_LT(end - cancelled, std::chrono::milliseconds(100));
-    EXPECT_FALSE(stored("T"));
-}
-
 TEST_F(DeviceApi, TheProcessMayEndInASignalHandlerDuringATest) {
     setenv("ZERKO_SIM_TIME_SCALE", "1", 1);
     ASSERT_EQ(start(), QVL_Success);
@@ -211,6 +193,20 @@ TEST_F(DeviceApi, WhatTheInstrumentCannotDoHasItsOwnCode) {
     EXPECT_EQ(with([](auto& p) { p.phasing = 14; }), QVL_Success);
     EXPECT_EQ(test("T", QVL_DBAction{4}), code::bad_parameter);
     EXPECT_EQ(QVL_Test_3ph("T", nullptr, "{}", QVL_DB_NewRecord, nullptr, nullptr), code::bad_parameter);
+}
+
+TEST_F(DeviceApi, AFullDatabaseTakesNoNewRecordButMoreTestsOfAnOldOne) {
+    const std::string described = "[instrument]\ndatabase_capacity = 6\n";  // four records come with the instrument
+    describe(described);
+    ASSERT_EQ(start(), QVL_Success);
+    EXPECT_EQ(test("T5", QVL_DB_NewRecord), QVL_Success);
+    EXPECT_EQ(test_1ph("T6", QVL_DB_NewRecord), QVL_Success);
+    EXPECT_EQ(test("T7", QVL_DB_NewRecord), code::database_full);
+    EXPECT_EQ(test_1ph("T7", QVL_DB_NewRecord), code::database_full);
+    EXPECT_EQ(test("T5", QVL_DB_Append), QVL_Success);
+    EXPECT_EQ(test("T7", QVL_DB_DoNotStore), QVL_Success);
+    EXPECT_EQ(QVL_DeleteRecord("T6"), QVL_Success);
+    EXPECT_EQ(test("T7", QVL_DB_NewRecord), QVL_Success);
 }
 
 TEST_F(DeviceApi, FaultsOfTheDescriptionActWhileTheConsoleRuns) {

@@ -105,7 +105,7 @@ class DeviceApi : public testing::Test {
         QVL_Test_Record* record = nullptr;
         const QVL_ResultCode code = QVL_Test_3ph(id, &parameters_, "{}", action, progress_, &record);
         Record owned(record);
-        EXPECT_EQ(owned != nullptr, code == QVL_Success);
+        EXPECT_EQ(owned != nullptr, is_success(code));
         if (result) *result = std::move(owned);
         return code;
     }
@@ -114,7 +114,7 @@ class DeviceApi : public testing::Test {
         QVL_Test_Record* record = nullptr;
         const QVL_ResultCode code = QVL_Test_1ph(id, &single_phase_, "{}", action, progress_, &record);
         Record owned(record);
-        EXPECT_EQ(owned != nullptr, code == QVL_Success);
+        EXPECT_EQ(owned != nullptr, is_success(code));
         if (result) *result = std::move(owned);
         return code;
     }

@@ -2,8 +2,10 @@
 #include "tests/simulator/device_fixture.h"
 
 #include <cmath>
+#include <functional>
 #include <numbers>
 #include <numeric>
+#include <thread>
 
 namespace simulator {
 namespace {
@@ -67,6 +69,27 @@ class Maintenance : public DeviceApi {
         const auto path = folder_ / "source";
         std::ofstream(path, std::ios::binary) << content;
         return path.string();
+    }
+
+    // All that report progress.
+    std::vector<std::pair<std::string, std::function<QVL_ResultCode()>>> long_operations() {
+        return {
+            {"zero",    [this] { return QVL_CalibrateZero(progress_); }                            },
+            {"current", [this] { return QVL_CalibrateHighCurrent(48.0, 5.0, 5.0, 5.0, progress_); }},
+            {"end",     [this] { return QVL_CalibrateVoltageEnd(27.7, 27.7, 27.7, progress_); }    },
+            {"begin",
+             [this,                                                                                  own = 0.0]() mutable {
+                 return QVL_CalibrateVoltageBegin(48.0, 20000, &own, &own, &own, progress_);
+             }},
+            {"attach",         [this] { return attach("SELF-TEST", file("x")); }                                                                            },
+            {"three",         [this] { return test("T", QVL_DB_NewRecord); } },
+            {"single",         [this] { return test_1ph("S", QVL_DB_NewRecord); }                                                                           },
+            {"reset",
+             [this] {
+                 EXPECT_EQ(QVL_ElevateToFactoryPrivilages(access_code_), QVL_Success);
+                 return QVL_FactoryResetMeasurementBoard(&identity_, progress_);
+             }  },
+        };
     }
 
     const char* access_code_ = "3f9a0c2e7d41b86a5e0f13c9d7a2b468";
@@ -371,28 +394,15 @@ TEST_F(Maintenance, WhatTakesTimeReportsProgressAndIsCancelledWithoutATrace) {
                                         &seen};
     progress_ = &progress;
     ASSERT_EQ(start(), QVL_Success);
-    const std::string source = file("x");
-    double own = 0.0;
     begin_voltage_calibration();
-    const std::pair<const char*, std::function<QVL_ResultCode()>> operations[] = {
-        {"zero",    [&] { return QVL_CalibrateZero(&progress); }                                       },
-        {"current", [&] { return QVL_CalibrateHighCurrent(48.0, 5.0, 5.0, 5.0, &progress); }           },
-        {"end",     [&] { return QVL_CalibrateVoltageEnd(27.7, 27.7, 27.7, &progress); }               },
-        {"begin",   [&] { return QVL_CalibrateVoltageBegin(48.0, 20000, &own, &own, &own, &progress); }},
-        {"attach",  [&] { return attach("SELF-TEST", source); }                                        },
-        {"single",  [&] { return test_1ph("S", QVL_DB_NewRecord); }                                    },
-        {"reset",
-         [&] {
-             EXPECT_EQ(QVL_ElevateToFactoryPrivilages(access_code_), QVL_Success);
-             return QVL_FactoryResetMeasurementBoard(&identity_, &progress);
-         }                                                                                             },
-    };
+    const auto operations = long_operations();
     const auto before = calibration();
     for (const auto& [name, operation] : operations) {
         SCOPED_TRACE(name);
         seen = {0, 0, 1};
         EXPECT_EQ(operation(), code::cancelled);
     }
+    EXPECT_FALSE(stored("T"));
     const auto after = calibration();
     EXPECT_EQ(std::memcmp(&before, &after, sizeof before), 0);
     EXPECT_EQ(info().calibration_time, 1707211800);
@@ -401,8 +411,35 @@ TEST_F(Maintenance, WhatTakesTimeReportsProgressAndIsCancelledWithoutATrace) {
     for (const auto& [name, operation] : operations) {
         SCOPED_TRACE(name);
         seen = {};
-        EXPECT_EQ(operation(), std::string(name) == "end" ? code::calibration_not_begun : QVL_Success);
+        EXPECT_EQ(operation(), name == "end" ? code::calibration_not_begun : QVL_Success);
         EXPECT_EQ(seen.last, seen.total);
+    }
+}
+
+TEST_F(Maintenance, WhateverTakesTimeEndsSoonAfterItsCancellation) {
+    using Clock = std::chrono::steady_clock;
+    setenv("ZERKO_SIM_TIME_SCALE", "1", 1);
+    ASSERT_EQ(start(), QVL_Success);
+    double own = 0.0;
+    EXPECT_EQ(QVL_CalibrateVoltageBegin(48.0, 0, &own, &own, &own, nullptr), QVL_Success);
+    auto operations = long_operations();
+    operations.emplace_back("tap changer", [] { return QVL_CloseTapChangerManual(QVL_TC_Up); });
+    operations.emplace_back("direct voltage", [] {
+        return QVL_Diagnose_SetVoltageDC(QVL_Direction_Up, QVL_Measure_1_2, QVL_Measure_1_2, QVL_Short_None,
+                                         QVL_Short_None, QVL_PowerSupply_12V, 5.0);
+    });
+    for (const auto& [name, operation] : operations) {
+        SCOPED_TRACE(name);
+        Clock::time_point cancelled;
+        std::thread operator_([&] {
+            std::this_thread::sleep_for(std::chrono::milliseconds(150));
+            cancelled = Clock::now();
+            QVL_CancelOperation();
+        });
+        EXPECT_EQ(operation(), code::cancelled);
+        const auto end = Clock::now();
+        operator_.join();
+        EXPECT_LT(end - cancelled, std::chrono::milliseconds(100));
     }
 }
 

@@ -1,11 +1,14 @@
 // What the model gives for transformers whose answers a textbook gives as well.
 #include "simulator/channel.h"
+#include "simulator/description.h"
 #include "simulator/measurement.h"
 #include "simulator/result_codes.h"
 #include "simulator/transformer.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <numbers>
 #include <string>
@@ -85,11 +88,22 @@ TEST(Transformer, EveryVectorGroupHasItsRatioAndItsAngleInEveryMethodAndDirectio
 }
 
 TEST(Transformer, WindingsThatCannotMakeTheClockNumberAreRefused) {
-    TransformerData data;
-    for (const char* impossible : {"Dd1", "Dyn0", "YNyn11", "Yzn0", "Dzn5"}) {
-        data.group = parse_vector_group(impossible).value();
-        EXPECT_THROW(Transformer{data}, std::invalid_argument) << impossible;
-    }
+    const auto possible = all_vector_groups();
+    int refused = 0;
+    for (const char* high : {"D", "Y", "YN", "Z", "ZN"})
+        for (const char* low : {"d", "y", "yn", "z", "zn"})
+            for (int clock = 0; clock < 12; ++clock) {
+                const std::string notation = std::string(high) + low + std::to_string(clock);
+                if (std::ranges::count(possible, parse_vector_group(notation).value())) continue;
+                const auto refusal =
+                    testing::StartsWith("my.toml:2: [transformer] vector_group is impossible: such windings make " +
+                                        std::string(clock % 2 == 0 ? "odd" : "even") + " clock numbers only");
+                const std::string text = "[transformer]\nvector_group = \"" + notation + "\"\n";
+                EXPECT_THAT([&] { parse_description(text, "my.toml"); },
+                            testing::ThrowsMessage<DescriptionError>(refusal));
+                ++refused;
+            }
+    EXPECT_EQ(refused, 150);
     for (const char* nonsense : {"", "Dyn", "dyn11", "Dyn12", "Dyn11x", "DYn11", "Dyn-1"})
         EXPECT_FALSE(parse_vector_group(nonsense)) << nonsense;
 }
@@ -155,6 +169,22 @@ TEST(Transformer, ShortedTurnsShowInTheirPhaseAndInTheNegativeSequence) {
     EXPECT_NEAR(test.Negative_Distortion_Index, 100.0 * (rise / 3.0) / (1.0 + rise / 3.0), fraction / 3.0);
     EXPECT_GT(test.B.Current_f, 2.0 * test.C.Current_f);
     EXPECT_NEAR(record.label().max_ratio_error, 100.0 * fraction, fraction);
+}
+
+// In a delta under a given line voltage the turns count as they are, whatever the tap changer's position.
+TEST(Transformer, AWrongTapShowsInItsPhaseAlone) {
+    for (const int position : {-2, 0, 1}) {
+        TransformerData data;
+        data.wrong_tap = WrongTap{2, 2};
+        QVL_Parameters_3ph parameters = parameters_for(data.group);
+        const double all = 1.0 + 0.025 * position, one = 1.0 + 0.025 * (position + 2);
+        parameters.nameplate_ratio = 50.0 * all;
+        OwnedRecord record;
+        const auto test = measured(at_tap(data, position), parameters, record);
+        EXPECT_NEAR(test.A.Ratio_Error, 0.0, 0.001);
+        EXPECT_NEAR(test.B.Ratio_Error, 0.0, 0.001);
+        EXPECT_NEAR(test.C.Ratio_Error, 100.0 * (one / all - 1.0), 0.001);
+    }
 }
 
 TEST(Transformer, AReversedWindingTurnsItsPhaseAndAnOpenOneCannotBeMeasured) {

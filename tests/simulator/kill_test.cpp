@@ -1,0 +1,70 @@
+// A process that is killed while it stores tests.
+#include "simulator/store.h"
+
+#include "tests/simulator/device_fixture.h"
+
+#include <chrono>
+#include <csignal>
+#include <random>
+#include <string>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+
+namespace simulator {
+namespace {
+
+class KilledSeries : public DeviceApi {
+  protected:
+    // Starts a series of tests of one record in a child process; a byte arrives for each test that it saw finished.
+    pid_t start_series(const char* id, int finished) {
+        const pid_t child = fork();
+        if (child != 0) return child;
+        if (start() != QVL_Success) _exit(1);
+        for (auto action = QVL_DB_NewRecord;; action = QVL_DB_Append) {
+            if (test(id, action) != QVL_Success || write(finished, "f", 1) != 1) _exit(2);
+        }
+    }
+
+    std::uint32_t tests_stored(const std::string& id) {
+        Store store((folder_ / "state").string());
+        return store.exists(id) ? store.read(id)->record()->test_count : 0;
+    }
+};
+
+TEST_F(KilledSeries, LeavesEveryFinishedTestAndAtMostTheOneInFlight) {
+    constexpr int kills = 50;
+    setenv("ZERKO_SIM_TIME_SCALE", "0.0002", 1);
+    std::mt19937 random(4);
+    std::vector<std::uint32_t> kept;
+    for (int round = 0; round < kills; ++round) {
+        const std::string id = std::to_string(round);
+        int ends[2];
+        ASSERT_EQ(pipe(ends), 0);
+        const pid_t child = start_series(id.c_str(), ends[1]);
+        close(ends[1]);
+        // The first ones hit the making of the database.
+        const auto life = round < 10 ? random() % 20'000 : random() % 200'000;
+        std::this_thread::sleep_for(std::chrono::microseconds(life));
+        kill(child, SIGKILL);
+        int status = 0;
+        ASSERT_EQ(waitpid(child, &status, 0), child);
+        ASSERT_TRUE(WIFSIGNALED(status)) << "the series ended by itself with " << WEXITSTATUS(status);
+        std::uint32_t finished = 0;
+        for (char byte = 0; ::read(ends[0], &byte, 1) == 1;) ++finished;
+        close(ends[0]);
+
+        kept.push_back(tests_stored(id));
+        EXPECT_GE(kept.back(), finished) << id;
+        EXPECT_LE(kept.back(), finished + 1) << id;
+    }
+    std::uint32_t all = 0;
+    for (int round = 0; round < kills; ++round) {
+        EXPECT_EQ(tests_stored(std::to_string(round)), kept[static_cast<std::size_t>(round)]);
+        all += kept[static_cast<std::size_t>(round)];
+    }
+    EXPECT_GT(all, 50u);
+}
+
+}  // namespace
+}  // namespace simulator
