@@ -161,8 +161,14 @@ std::vector<FileCheck> seen_files(const Transcript& transcript, const fs::path& 
 
 struct Sight {
     Comparison comparison;
-    std::string errors;  // from standard error
+    std::string errors;  // from standard error, unless they were expected
 };
+
+std::string unexpected_errors(const Transcript& transcript, const fs::path& folder) {
+    const std::string expected = transcript.setting("errors", "");
+    const std::string errors = read_file(errors_in(folder));
+    return errors == (expected.empty() ? "" : expected + "\n") ? "" : errors + "(expected: " + expected + ")\n";
+}
 
 Sight play_for_sight(const Transcript& transcript) {
     const TempFolder folder;
@@ -170,7 +176,7 @@ Sight play_for_sight(const Transcript& transcript) {
     Transcript seen;
     seen.steps = Session(transcript, folder.path()).play_patiently();
     seen.files = seen_files(transcript, home_in(folder.path()));
-    return {compare(transcript, seen), read_file(errors_in(folder.path()))};
+    return {compare(transcript, seen), unexpected_errors(transcript, folder.path())};
 }
 
 bool play_for_verdict(const Transcript& transcript) {
@@ -182,7 +188,7 @@ bool play_for_verdict(const Transcript& transcript) {
     files_only.files = transcript.files;
     Transcript seen;
     seen.files = seen_files(transcript, home_in(folder.path()));
-    return compare(files_only, seen).difference.empty() && read_file(errors_in(folder.path())).empty();
+    return compare(files_only, seen).difference.empty() && unexpected_errors(transcript, folder.path()).empty();
 }
 
 Transcript read_transcript(const fs::path& file) {

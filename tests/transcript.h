@@ -1,6 +1,7 @@
 // Transcripts: what is typed at the console and what is seen there, in the order in which it happens.
 //
 //   instrument: dyn11.toml   head: `key: value` lines up to the first empty line; # starts a remark
+//   errors: It is off.       the whole of standard error, which is empty otherwise
 //
 //   Test ID: \               output to the byte; with a backslash the line does not end here
 //   > T1                     a typed line, sent when all output before it has arrived, together with those that follow
