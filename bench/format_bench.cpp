@@ -169,19 +169,19 @@ class MemoryFile {
   public:
     ~MemoryFile() {
         close();
-        std::free(m_text);
+        std::free(text_);
     }
-    FILE* file() { return m_file; }
+    FILE* file() { return file_; }
     const char* close() {
-        if (m_file != nullptr) std::fclose(m_file);
-        m_file = nullptr;
-        return m_text;
+        if (file_ != nullptr) std::fclose(file_);
+        file_ = nullptr;
+        return text_;
     }
 
   private:
-    char* m_text = nullptr;
-    std::size_t m_size = 0;
-    FILE* m_file = open_memstream(&m_text, &m_size);
+    char* text_ = nullptr;
+    std::size_t size_ = 0;
+    FILE* file_ = open_memstream(&text_, &size_);
 };
 
 // The headings of the UP and DOWN halves go to the console; here it leads nowhere, flushed alike on both sides.

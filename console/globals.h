@@ -3,6 +3,7 @@
 
 #include "api/qvl_service.h"
 
+#include <cstdint>
 #include <string>
 
 extern const char* const C_QVL_SOFTWARE_VERSION;  // of the console tester itself

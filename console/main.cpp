@@ -9,8 +9,10 @@
 #include <cstdlib>
 #include <iostream>
 #include <pwd.h>
+#include <string>
 #include <thread>
 #include <unistd.h>
+#include <vector>
 
 namespace {
 

@@ -12,9 +12,11 @@
 #include "runs/three_phase.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <ctime>
 #include <iostream>
 #include <iterator>
+#include <string>
 
 namespace {
 

@@ -5,9 +5,12 @@
 #include "console/input.h"
 #include "runs/result_check.h"
 
+#include <cstdint>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
+#include <string>
+#include <system_error>
 #include <vector>
 
 namespace {
@@ -43,7 +46,7 @@ void copy_error_log(std::ostream& file) {
         more = false;
         const QVL_ResultCode result =
             QVL_ReadFile(QVL_ReadFile_ErrorLog, first, buffer.data(), C_LogBufferSize, bytes_read, more);
-        if (result != QVL_Success) return;
+        if (result != QVL_Success) return;  // silently, and for any code but 0: the totals tell how far it came
         file.write(buffer.data(), bytes_read);
         total += bytes_read;
         std::cout << "total: " << total << std::endl;

@@ -2,12 +2,14 @@
 
 #include <charconv>
 #include <cmath>
+#include <cstddef>
 #include <iterator>
 #include <locale>
 #include <system_error>
 
 namespace {
 
+constexpr double C_DegreesPerRadian = 57.29577951308232;
 constexpr int C_DegreeDecimals = 6;
 constexpr std::size_t C_LongestNumber = 384;     // the largest double has 309 digits before its decimal point
 constexpr std::size_t C_UsualReportSize = 4096;  // bytes; longer reports grow the buffer
@@ -51,7 +53,7 @@ bool append_fixed(std::string& text, double number, int decimals) {
 }
 
 double folded_degrees(double radians) {
-    double degrees = radians * 57.29577951308232;
+    double degrees = radians * C_DegreesPerRadian;
     if (degrees < 0.0) degrees += 360.0;
     // Angles just under a full turn read better as small negative ones, hence 350 and not 360.
     if (degrees > 350.0) degrees -= 360.0;
@@ -71,8 +73,8 @@ void append_degrees(std::string& text, double radians) {
     append_fixed(text, folded_degrees(radians), C_DegreeDecimals);
 }
 
-ResultWriter::ResultWriter(std::ostream& stream) : m_stream(stream), m_buffered(is_plain_fixed(stream)) {
-    if (m_buffered) m_buffer.reserve(C_UsualReportSize);
+ResultWriter::ResultWriter(std::ostream& stream) : stream_(stream), buffered_(is_plain_fixed(stream)) {
+    if (buffered_) buffer_.reserve(C_UsualReportSize);
 }
 
 ResultWriter& ResultWriter::operator<<(char character) {
@@ -80,17 +82,18 @@ ResultWriter& ResultWriter::operator<<(char character) {
 }
 
 ResultWriter& ResultWriter::operator<<(std::string_view text) {
-    if (m_buffered)
-        m_buffer += text;
-    else
-        m_stream << text;
+    if (buffered_) {
+        buffer_ += text;
+    } else {
+        stream_ << text;
+    }
     return *this;
 }
 
 ResultWriter& ResultWriter::operator<<(const char* text) {
-    if (text != nullptr) return *this << std::string_view(text);
+    if (text) return *this << std::string_view(text);
     hand_over();
-    m_stream.setstate(std::ios_base::badbit);
+    stream_.setstate(std::ios_base::badbit);
     return *this;
 }
 
@@ -103,16 +106,16 @@ ResultWriter& ResultWriter::operator<<(std::uint32_t number) {
 }
 
 ResultWriter& ResultWriter::operator<<(double number) {
-    if (m_buffered && append_fixed(m_buffer, number, static_cast<int>(m_stream.precision()))) return *this;
+    if (buffered_ && append_fixed(buffer_, number, static_cast<int>(stream_.precision()))) return *this;
     hand_over();
-    m_stream << number;
+    stream_ << number;
     return *this;
 }
 
 ResultWriter& ResultWriter::write(double value, Quantity quantity) {
     if (quantity == Quantity::Number) return *this << value;
-    if (m_buffered) {
-        append_degrees(m_buffer, value);
+    if (buffered_) {
+        append_degrees(buffer_, value);
         return *this;
     }
     std::string degrees;
@@ -122,21 +125,21 @@ ResultWriter& ResultWriter::write(double value, Quantity quantity) {
 
 void ResultWriter::flush() {
     hand_over();
-    m_stream.flush();
+    stream_.flush();
 }
 
 template <class Integer>
 ResultWriter& ResultWriter::write_integer(Integer number) {
-    if (m_buffered) {
+    if (buffered_) {
         char digits[16];
-        m_buffer.append(digits, std::to_chars(digits, digits + sizeof digits, number).ptr);
+        buffer_.append(digits, std::to_chars(digits, digits + sizeof digits, number).ptr);
     } else {
-        m_stream << number;
+        stream_ << number;
     }
     return *this;
 }
 
 void ResultWriter::hand_over() {
-    m_stream.write(m_buffer.data(), static_cast<std::streamsize>(m_buffer.size()));
-    m_buffer.clear();
+    stream_.write(buffer_.data(), static_cast<std::streamsize>(buffer_.size()));
+    buffer_.clear();
 }

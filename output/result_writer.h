@@ -11,7 +11,7 @@ enum class Quantity { Number, Angle };
 
 // For texts that print as empty when the device gives none.
 inline const char* text_or_empty(const char* text) {
-    return text != nullptr ? text : "";
+    return text ? text : "";
 }
 
 // Appends an angle held in radians: degrees in fixed notation with six decimals, folded into the range above -10
@@ -40,7 +40,7 @@ class ResultWriter {
     ResultWriter& write(double value, Quantity quantity);
 
     // Decimals of the doubles that follow, here and in the stream.
-    void precision(int decimals) { m_stream.precision(decimals); }
+    void precision(int decimals) { stream_.precision(decimals); }
 
     // Hands over what was written so far and flushes the stream.
     void flush();
@@ -50,7 +50,7 @@ class ResultWriter {
     ResultWriter& write_integer(Integer number);
     void hand_over();
 
-    std::ostream& m_stream;
-    const bool m_buffered;
-    std::string m_buffer;
+    std::ostream& stream_;
+    const bool buffered_;
+    std::string buffer_;
 };

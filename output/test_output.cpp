@@ -3,6 +3,7 @@
 #include "output/fields.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 #include <ctime>
 #include <fstream>
@@ -10,6 +11,8 @@
 #include <iostream>
 #include <map>
 #include <sstream>
+#include <type_traits>
+#include <utility>
 
 namespace {
 
@@ -206,17 +209,18 @@ void write_test(ResultWriter& out, const Test& test);
 
 // The heading goes to the console whatever the text is written to, so everything before it has to be there first.
 void write_half(ResultWriter& out, const char* heading, const Test* half) {
-    if (half == nullptr) return;
+    if (!half) return;
     out.flush();
     std::cout << '\n' << heading << std::endl;
     write_test(out, *half);
 }
 
 void write_test(ResultWriter& out, const Test& test) {
-    if (test.measured_phase == QVL_AllPhasesMeasured)
+    if (test.measured_phase == QVL_AllPhasesMeasured) {
         write_all_phases(out, test);
-    else
+    } else {
         write_measured_phase(out, test);
+    }
     out.precision(C_GainDecimals);
     write_lines(out, test.A, C_GainLines);  // a second time where phase A alone was measured; kept that way
     out.precision(C_Decimals);
@@ -291,10 +295,11 @@ void append_to_file(const QVL_Test_Record* record, int frequency, const std::str
                     const std::string& software_version, const char* file_name) {
     const bool new_file = !std::ifstream(file_name).is_open();
     std::ofstream file(file_name, std::ios::app);
-    if (file.is_open())
+    if (file.is_open()) {
         write_file_header(file, new_file, frequency, serial_number, software_version);
-    else
+    } else {
         std::cout << "WARNING: Could not open file for write: " << file_name << std::endl;
+    }
 
     std::ostringstream report;
     QVL_Test_Output::ResultsToText_S(record, report, true);
@@ -313,7 +318,7 @@ std::string QVL_Test_Output::radToDeg(double radians) {
 
 std::string QVL_Test_Output::CombineVectorGroup(QVL_WindingType winding_hi, QVL_WindingType winding_lo,
                                                 QVL_PhasingType phasing) {
-    static std::map<QVL_WindingType, std::string> windingsMap = {
+    static const std::map<QVL_WindingType, std::string> windingsMap = {
         {QVL_Winding_D,   "D"  },
         {QVL_Winding_Y,   "Y"  },
         {QVL_Winding_Yn,  "Yn" },
@@ -321,8 +326,12 @@ std::string QVL_Test_Output::CombineVectorGroup(QVL_WindingType winding_hi, QVL_
         {QVL_Winding_Zn,  "Zn" },
         {QVL_Winding_1Ph, "1Ph"},
     };
-    std::string group = windingsMap[winding_hi];
-    if (winding_hi != QVL_Winding_1Ph) group += windingsMap[winding_lo];
+    const auto name = [](QVL_WindingType winding) {
+        const auto found = windingsMap.find(winding);
+        return found == windingsMap.end() ? std::string() : found->second;
+    };
+    std::string group = name(winding_hi);
+    if (winding_hi != QVL_Winding_1Ph) group += name(winding_lo);
     return group + (phasing == QVL_Phasing_Unknown ? "X" : std::to_string(phasing));
 }
 
@@ -342,7 +351,7 @@ std::string QVL_Test_Output::LabelToText(const QVL_TestLabel* label) {
         text.append(" t_lo:").append(std::to_string(label->tap_lo));
         text.append(" ct_l:").append(std::to_string(label->ct_l));
     }
-    if (label->tags != nullptr) text.append("\ttags: ").append(label->tags);
+    if (label->tags) text.append("\ttags: ").append(label->tags);
     return text;
 }
 
@@ -357,10 +366,11 @@ void QVL_Test_Output::PrintPhase(Stream& stream, const QVL_TestData_3ph* test,
                                  const std::function<void(const QVL_TestData_Phase&)>& printer) {
     for (const auto member : C_Phases) {
         const QVL_TestData_Phase& phase = test->*member;
-        if (phase.result == QVL_Success)
+        if (phase.result == QVL_Success) {
             printer(phase);
-        else
+        } else {
             stream << "ERROR " << phase.name << ": " << QVL_GetResultCodeName(phase.result, nullptr) << '\n';
+        }
     }
 }
 
@@ -376,18 +386,19 @@ void QVL_Test_Output::ResultsToText_S(const QVL_Test_Record* record, Stream& str
     ResultWriter out(stream);
     out << LabelToText(&record->label) << '\n';
     const QVL_TestType type = record->label.test_type;
-    if (type == QVL_TestType_1ph)
+    if (type == QVL_TestType_1ph) {
         write_tests(out, *record, record->data_1ph);
-    else if (type >= QVL_TestType_3ph_3_3 && type <= QVL_TestType_3ph_Auto)
+    } else if (type >= QVL_TestType_3ph_3_3 && type <= QVL_TestType_3ph_Auto) {
         write_tests(out, *record, record->data_3ph);
-    else
+    } else {
         out << "Test type not supported: " << type;
+    }
 }
 
 void QVL_Test_Output::ResultsToText(const QVL_Test_Record* record, std::ostream& console, int frequency,
                                     const std::string& serial_number, const std::string& software_version,
                                     const char* file_name) {
-    if (file_name != nullptr) append_to_file(record, frequency, serial_number, software_version, file_name);
+    if (file_name) append_to_file(record, frequency, serial_number, software_version, file_name);
     ResultsToText_S(record, console, false);
 }
 

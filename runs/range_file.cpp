@@ -14,6 +14,14 @@ std::string date_time_stem(std::time_t now) {
     return std::string("range-test-") + text;
 }
 
+// What was written to a file or folder is on the disk afterwards, which outlives the power.
+void sync_to_disk(const std::string& path) {
+    const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (file < 0) return;
+    ::fsync(file);
+    ::close(file);
+}
+
 }  // namespace
 
 void RangeFile::open(const std::string& test_id, const std::string& column_header) {
@@ -28,13 +36,9 @@ void RangeFile::open(const std::string& test_id, const std::string& column_heade
             << "Date & Time;" << std::ctime(&now) << "\n\n"
             << column_header << "\n";
     keep();
+    sync_to_disk(C_ResutsDir);  // the folder, so that it knows the new file
 }
 
 void RangeFile::keep() {
-    if (!stream_.flush()) return;
-    // The stream reaches the system; the file's own descriptor reaches the disk, which outlives the power.
-    const int file = ::open(path_.c_str(), O_WRONLY | O_CLOEXEC);
-    if (file < 0) return;
-    ::fdatasync(file);
-    ::close(file);
+    if (stream_.flush()) sync_to_disk(path_);
 }

@@ -8,6 +8,7 @@
 #include "runs/transformer_entry.h"
 
 #include <iostream>
+#include <string>
 
 namespace {
 

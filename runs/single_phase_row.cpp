@@ -2,8 +2,6 @@
 
 #include "runs/row_cells.h"
 
-#include <iomanip>
-
 namespace {
 
 using Phase = QVL_TestData_Phase;
@@ -36,7 +34,7 @@ constexpr Field<Phase> C_PhaseColumns[] = {
 };
 
 void write_row(ResultWriter& row, const char* test_id, const QVL_TestData_1ph& test) {
-    row << text_or_empty(test_id) << ';' << (test.test_mode == QVL_TestMode_VR_Up ? "UP" : "DOWN");
+    row << text_or_empty(test_id) << ';' << direction_cell(test.test_mode);
     row << ';' << test.voltage << ';' << test.frequency;
     add_cells(row, test.phase, C_PhaseColumns);
     row << '\n';
@@ -51,7 +49,5 @@ std::string ColumnHeader_1F() {
 }
 
 void PerformTest_1F(std::ostream& file, const QVL_Test_Record& record) {
-    file << std::fixed << std::setprecision(8);
-    ResultWriter row(file);
-    for (std::uint32_t i = 0; i < record.test_count; ++i) write_row(row, record.label.test_id, *record.data_1ph[i]);
+    write_rows(file, record, record.data_1ph, write_row);
 }

@@ -3,6 +3,7 @@
 #include "console/globals.h"
 #include "console/input.h"
 
+#include <cstddef>
 #include <exception>
 #include <iomanip>
 #include <iostream>

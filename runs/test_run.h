@@ -6,6 +6,7 @@
 #include "runs/result_check.h"
 #include "runs/test_plan.h"
 
+#include <cstddef>
 #include <iostream>
 #include <string>
 
@@ -38,10 +39,11 @@ class TestRun {
     const char* test_id() const;  // null when there is none
     QVL_DBAction database_action() const;
 
-    // Prints and writes the result of the test that was announced last.
+    // Prints and writes the result of the test that was announced last. The ID that the device gave it holds for the
+    // tests to come.
     void report(const QVL_Test_Record& record, RowWriter write_rows);
 
-    // Writes the RAW data file if one is wanted.
+    // Writes the RAW data file if one is wanted; current_file is "zerko" again after that.
     void end();
 
   private:

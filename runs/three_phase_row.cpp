@@ -2,8 +2,6 @@
 
 #include "runs/row_cells.h"
 
-#include <iomanip>
-
 namespace {
 
 using Phase = QVL_TestData_Phase;
@@ -79,7 +77,7 @@ void add_ratio_cells(ResultWriter& row, const Phase& phase) {
 
 void write_row(ResultWriter& row, const char* test_id, const Test& test) {
     row << text_or_empty(test_id) << ';' << type_label(test.test_type);
-    row << ';' << (test.test_mode == QVL_TestMode_VR_Up ? "UP" : "DOWN");
+    row << ';' << direction_cell(test.test_mode);
     row << ';' << test.voltage << ';' << test.frequency;
     add_cells(row, test, C_VoltageColumns);
     for (const auto phase : C_Phases) add_ratio_cells(row, test.*phase);
@@ -102,7 +100,5 @@ std::string ColumnHeader_3F() {
 }
 
 void PerformTest_3F(std::ostream& file, const QVL_Test_Record& record) {
-    file << std::fixed << std::setprecision(8);
-    ResultWriter row(file);
-    for (std::uint32_t i = 0; i < record.test_count; ++i) write_row(row, record.label.test_id, *record.data_3ph[i]);
+    write_rows(file, record, record.data_3ph, write_row);
 }

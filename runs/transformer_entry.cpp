@@ -31,8 +31,8 @@ void set_clock_number(Parameters& parameters, const std::string& number) {
 
 bool record_exists(const std::string& testID) {
     bool exists = false;
-    // Advisory: when the device cannot tell, the ID is taken as it was typed.
     const QVL_ResultCode result = QVL_CheckRecordExists(testID.c_str(), exists);
+    // Advisory: when the device cannot tell, the ID is taken as it was typed.
     return is_success(result) && exists;
 }
 
