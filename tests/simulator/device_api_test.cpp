@@ -5,17 +5,12 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <array>
-#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <memory>
 #include <string>
-#include <thread>
-#include <vector>
 
 namespace simulator {
 namespace {
@@ -145,34 +140,6 @@ TEST_F(DeviceApi, TheProcessMayEndInASignalHandlerDuringATest) {
         test("T", QVL_DB_NewRecord);
     };
     EXPECT_EXIT(interrupted(), testing::ExitedWithCode(2), "");
-}
-
-TEST_F(DeviceApi, ProgressIsSteadyAndACancellationOutOfItCounts) {
-    struct Seen {
-        std::vector<int> steps;
-        int total = 0, cancel_at = 0;
-    } seen;
-    const QVL_ProgressCallback progress{[](void* context, int current, int total) {
-                                            auto& to = *static_cast<Seen*>(context);
-                                            to.steps.push_back(current);
-                                            to.total = total;
-                                            if (current == to.cancel_at) QVL_CancelOperation();
-                                        },
-                                        &seen};
-    progress_ = &progress;
-    parameters_.test_mode = QVL_TestMode_VR_Up;
-    ASSERT_EQ(start(), QVL_Success);
-    EXPECT_EQ(test("T", QVL_DB_NewRecord), QVL_Success);
-    EXPECT_THAT(seen.steps, ElementsAre(1, 2, 3, 4, 5, 6, 7, 8, 9, 10));
-    EXPECT_EQ(seen.total, 10);
-
-    for (const int last : {1, 10}) {
-        seen.cancel_at = last;
-        EXPECT_EQ(test("cancelled", QVL_DB_NewRecord), code::cancelled);
-        EXPECT_FALSE(stored("cancelled"));
-    }
-    seen.cancel_at = 0;
-    EXPECT_EQ(test("cancelled", QVL_DB_NewRecord), QVL_Success);
 }
 
 TEST_F(DeviceApi, WhatTheInstrumentCannotDoHasItsOwnCode) {

@@ -144,6 +144,22 @@ class DeviceApi : public testing::Test {
         return exists;
     }
 
+    // The whole log; `calls`: how many chunks it came in.
+    std::string log(unsigned chunk = 4096, int* calls = nullptr) {
+        std::vector<char> buffer(chunk);
+        std::string text;
+        bool more = false;
+        int count = 0;
+        do {
+            unsigned bytes = 0;
+            EXPECT_EQ(QVL_ReadFile(QVL_ReadFile_ErrorLog, count == 0, buffer.data(), chunk, bytes, more), QVL_Success);
+            text.append(buffer.data(), bytes);
+            ++count;
+        } while (more);
+        if (calls) *calls = count;
+        return text;
+    }
+
     QVL_Parameters_3ph parameters() const {
         QVL_Parameters_3ph parameters;
         parameters.winding_lo = QVL_Winding_Yn;

@@ -17,15 +17,6 @@ class FaultsByName : public DeviceApi {
         text.append(operation).append("\"\ncode = ").append(std::to_string(code)).append("\n");
         return text.append(when).append("\n");
     }
-
-    std::string log() {
-        std::string text(1 << 20, '\0');
-        unsigned bytes = 0;
-        bool more = false;
-        EXPECT_EQ(QVL_ReadFile(QVL_ReadFile_ErrorLog, true, text.data(), 1 << 20, bytes, more), QVL_Success);
-        EXPECT_FALSE(more);
-        return text.substr(0, bytes);
-    }
 };
 
 TEST_F(FaultsByName, EveryNamedOperationCanHaveOneAndLeavesALineInTheLog) {

@@ -63,7 +63,7 @@ TEST_F(KilledSeries, LeavesEveryFinishedTestAndAtMostTheOneInFlight) {
         EXPECT_EQ(tests_stored(std::to_string(round)), kept[static_cast<std::size_t>(round)]);
         all += kept[static_cast<std::size_t>(round)];
     }
-    EXPECT_GT(all, 50u);
+    EXPECT_GT(all, 20u);
 }
 
 }  // namespace
