@@ -7,6 +7,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <spawn.h>
+#include <sstream>
 #include <sys/wait.h>
 #include <system_error>
 #include <thread>
@@ -34,13 +35,30 @@ std::string inherited(const char* name, const std::string& otherwise) {
     return value ? value : otherwise;
 }
 
+constexpr char C_Preload[] = "LD_PRELOAD=" NSS_WRAPPER_LIBRARY;
+
+// What runs the program: nothing, or an emulator, which hands the preloaded library on to the program only.
+std::vector<std::string> emulator() {
+    std::vector<std::string> words;
+    std::istringstream command(EMULATOR);
+    for (std::string word; command >> word;) words.push_back(word);
+    if (!words.empty()) words.insert(words.end(), {"-E", C_Preload});
+    return words;
+}
+
+std::vector<std::string> command_for(const ConsoleSetup& setup) {
+    std::vector<std::string> command = emulator();
+    command.push_back(CONSOLE_TESTER);
+    command.insert(command.end(), setup.arguments.begin(), setup.arguments.end());
+    return command;
+}
+
 std::vector<std::string> environment_for(const ConsoleSetup& setup) {
     std::vector<std::string> environment = {
         "PATH=" + inherited("PATH", "/usr/bin:/bin"),
         "LD_LIBRARY_PATH=" + inherited("LD_LIBRARY_PATH", ""),
         "TZ=UTC",
         "LC_ALL=C",
-        "LD_PRELOAD=" NSS_WRAPPER_LIBRARY,
         "NSS_WRAPPER_PASSWD=" + (setup.folder / "passwd").string(),
         "NSS_WRAPPER_GROUP=" + (setup.folder / "group").string(),
         "ZERKO_SIM_STATE=" + (setup.folder / "state").string(),
@@ -48,6 +66,7 @@ std::vector<std::string> environment_for(const ConsoleSetup& setup) {
         "ASAN_OPTIONS=verify_asan_link_order=0:" + inherited("ASAN_OPTIONS", ""),
         "UBSAN_OPTIONS=" + inherited("UBSAN_OPTIONS", "print_stacktrace=1"),
     };
+    if (emulator().empty()) environment.push_back(C_Preload);
     if (!setup.instrument.empty()) environment.push_back("ZERKO_SIM_INSTRUMENT=" + setup.instrument.string());
     return environment;
 }
@@ -75,15 +94,14 @@ pid_t spawn(const ConsoleSetup& setup, int keyboard, int screen) {
     posix_spawnattr_setsigdefault(&attributes, &all);
     posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
 
-    std::vector<std::string> arguments = {CONSOLE_TESTER};
-    arguments.insert(arguments.end(), setup.arguments.begin(), setup.arguments.end());
+    std::vector<std::string> command = command_for(setup);
     std::vector<std::string> environment = environment_for(setup);
     pid_t pid = -1;
-    const int error = posix_spawn(&pid, CONSOLE_TESTER, &files, &attributes, pointers(arguments).data(),
+    const int error = posix_spawn(&pid, command.front().c_str(), &files, &attributes, pointers(command).data(),
                                   pointers(environment).data());
     posix_spawnattr_destroy(&attributes);
     posix_spawn_file_actions_destroy(&files);
-    check(error == 0, "cannot start " CONSOLE_TESTER, error);
+    check(error == 0, ("cannot start " + command.front()).c_str(), error);
     return pid;
 }
 
