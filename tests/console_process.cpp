@@ -35,19 +35,22 @@ std::string inherited(const char* name, const std::string& otherwise) {
     return value ? value : otherwise;
 }
 
-constexpr char C_Preload[] = "LD_PRELOAD=" NSS_WRAPPER_LIBRARY;
+std::string preload(const ConsoleSetup& setup) {
+    const std::string wrapper = "LD_PRELOAD=" NSS_WRAPPER_LIBRARY;
+    return setup.preload.empty() ? wrapper : wrapper + ":" LIBRARY_FOLDER "/lib" + setup.preload + ".so";
+}
 
-// What runs the program: nothing, or an emulator, which hands the preloaded library on to the program only.
-std::vector<std::string> emulator() {
+// What runs the program: nothing, or an emulator, which hands the preloaded libraries on to the program only.
+std::vector<std::string> emulator(const ConsoleSetup& setup) {
     std::vector<std::string> words;
     std::istringstream command(EMULATOR);
     for (std::string word; command >> word;) words.push_back(word);
-    if (!words.empty()) words.insert(words.end(), {"-E", C_Preload});
+    if (!words.empty()) words.insert(words.end(), {"-E", preload(setup)});
     return words;
 }
 
 std::vector<std::string> command_for(const ConsoleSetup& setup) {
-    std::vector<std::string> command = emulator();
+    std::vector<std::string> command = emulator(setup);
     command.push_back(CONSOLE_TESTER);
     command.insert(command.end(), setup.arguments.begin(), setup.arguments.end());
     return command;
@@ -66,7 +69,7 @@ std::vector<std::string> environment_for(const ConsoleSetup& setup) {
         "ASAN_OPTIONS=verify_asan_link_order=0:" + inherited("ASAN_OPTIONS", ""),
         "UBSAN_OPTIONS=" + inherited("UBSAN_OPTIONS", "print_stacktrace=1"),
     };
-    if (emulator().empty()) environment.push_back(C_Preload);
+    if (emulator(setup).empty()) environment.push_back(preload(setup));
     if (!setup.instrument.empty()) environment.push_back("ZERKO_SIM_INSTRUMENT=" + setup.instrument.string());
     return environment;
 }

@@ -14,6 +14,7 @@ struct ConsoleSetup {
     std::filesystem::path instrument;  // description of the simulated instrument; empty: the built-in one
     std::vector<std::string> arguments;
     std::string time_scale = "0";  // of simulated durations
+    std::string preload;           // a library of the build that the program loads at its start
     std::string home_suffix;       // ends the home folder's name in the password database
 };
 

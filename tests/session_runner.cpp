@@ -32,6 +32,7 @@ ConsoleSetup setup_of(const Transcript& transcript, const fs::path& folder) {
     setup.folder = folder;
     setup.instrument = find_instrument(transcript.setting("instrument", ""));
     setup.time_scale = transcript.setting("time-scale", "0");
+    setup.preload = transcript.setting("preload", "");
     setup.home_suffix = transcript.setting("home-suffix", "");
     std::istringstream arguments(transcript.setting("arguments", ""));
     for (std::string argument; arguments >> argument;) setup.arguments.push_back(argument);
