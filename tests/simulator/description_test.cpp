@@ -21,48 +21,49 @@ std::string refusal_of(const std::string& text) {
 }
 
 TEST(Description, ErrorsSayWhereAndWhyAndWhatWouldBeRight) {
-    const std::pair<const char*, const char*> cases[] = {
-        {"seed = 1\nsede = 2",                                                                                    "my.toml:2: there is no \"sede\"; did you mean seed?"      },
-        {"[transformer]\nname = \"T\"\nopen_phse = \"B\"",                                                        "my.toml:3: [transformer] has no \"open_phse\""            },
-        {"[transformer]\nvector_grup = \"Dyn11\"",
-         "my.toml:2: [transformer] has no \"vector_grup\"; did you mean vector_group?"                                                                                       },
-        {"[transformer]\n\nvector_group = \"Dyn0\"",
-         "my.toml:3: [transformer] vector_group is impossible: such windings make odd clock "
-         "numbers only"                                                                                                                                                      },
-        {"[transformer]\nvector_group = \"DYN11\"",
-         "my.toml:2: [transformer] vector_group must be a vector group such as \"Dyn11\", \"YNd1\" or \"Yzn5\""                                                              },
-        {"[transformer]\nturns_ratio = [50, 50]",
-         "my.toml:2: [transformer] turns_ratio must be a number from 0.001 to 1e+05, or three of them, for phases A, B "
-         "and C"                                                                                                                                                             },
-        {"[transformer.shorted_turns]\nside = \"high\"",                                                          "my.toml:1: [transformer.shorted_turns] phase is missing"  },
-        {"[transformer.open_winding]\nside = \"left\"\nphase = \"A\"",
-         "my.toml:2: [transformer.open_winding] side must be one of \"high\", \"low\""                                                                                       },
-        {"[transformer.tap_changer]\nlowest = -10\nstep = 10",
-         "my.toml:3: [transformer.tap_changer] step leaves too few turns in the lowest position"                                                                             },
-        {"[channel]\nnoise = -1e-6",                                                                              "my.toml:2: [channel] noise must be a number from 0 to 0.1"},
-        {"[limits]\nvoltage = [9, 3]",
-         "my.toml:2: [limits] voltage must be two numbers in ascending order, from 0 to 1000"                                                                                },
-        {"[instrument]\nserial_number = \"123456789012345678901\"",
-         "my.toml:2: [instrument] serial_number must be a text of at most 20 characters"                                                                                     },
-        {"[instrument]\ncalibration_date = 2024-02-06",
-         "my.toml:2: [instrument] calibration_date must be a date and time with its zone, as in 2024-02-06T09:30:00Z"                                                        },
-        {"[[instrument_fault]]\noperation = \"QVL_Test3ph\"\ncode = 12",
-         "my.toml:2: [[instrument_fault]] operation names no operation that can have a fault; did you mean QVL_Test_3ph?"                                                    },
-        {"[[instrument_fault]]\noperation = \"QVL_Test_3ph\"",                                                    "my.toml:1: [[instrument_fault]] code is missing"          },
-        {"[[instrument_fault]]\noperation = \"QVL_Test_3ph\"\ncode = \"BORED\"",
-         "my.toml:3: [[instrument_fault]] code must be the name of a result code or an integer from 0 to 9999"                                                               },
-        {"[[instrument_fault]]\noperation = \"QVL_FreeTestRecord\"\ncode = 9",
-         "my.toml:2: [[instrument_fault]] operation names no operation that can have a fault; did you mean "
-         "QVL_DeleteRecord?"                                                                                                                                                 },
-        {"[[instrument_fault]]\noperation = \"QVL_Reboot\"\ncode = 0",
-         "my.toml:3: [[instrument_fault]] code must be another than SUCCESS"                                                                                                 },
-        {"[[instrument_fault]]\noperation = \"QVL_Reboot\"\ncode = 9\nevery = 2\non_call = 3",
-         "my.toml:4: [[instrument_fault]] every and on_call exclude each other"                                                                                              },
-        {"[transformer.tap_changer]\nlowest = -8\nstep = 10\n[transformer.wrong_tap]\nphase = \"A\"\nsteps = -2",
-         "my.toml:6: [transformer.wrong_tap] steps leave the phase too few turns"                                                                                            },
-        {"seed = true",                                                                                           "my.toml:1: seed must be an integer of 0 or more"          },
+    const std::string fault = "[[instrument_fault]]", test_fault = "operation = \"QVL_Test_3ph\"\n";
+    const std::string transformer = "[transformer]", tap_changer = "[transformer.tap_changer]";
+    const std::string instrument = "[instrument]", opened = "[transformer.open_winding]";
+    struct Case {
+        std::string table, lines;
+        int line;
+        std::string error;
     };
-    for (const auto& [text, refusal] : cases) EXPECT_EQ(refusal_of(text), refusal);
+    for (const auto& [table, lines, line, error] : {
+             Case{transformer,                   "name = \"T\"\nopen_phse = \"B\"",               3, "has no \"open_phse\""                                          },
+             {transformer,                   "vector_grup = \"Dyn11\"",                       2, "has no \"vector_grup\"; did you mean vector_group?"            },
+             {transformer,                   "\nvector_group = \"Dyn0\"",                     3,
+                  "vector_group is impossible: such windings make odd clock numbers only"                                                                            },
+             {transformer,                   "vector_group = \"DYN11\"",                      2,
+                  "vector_group must be a vector group such as \"Dyn11\", \"YNd1\" or \"Yzn5\""                                                                      },
+             {transformer,                   "turns_ratio = [50, 50]",                        2,
+                  "turns_ratio must be a number from 0.001 to 1e+05, or three of them, for phases A, B and C"                                                        },
+             {"[transformer.shorted_turns]", "side = \"high\"",                               1, "phase is missing"                                              },
+             {opened,                        "side = \"left\"\nphase = \"A\"",                2, "side must be one of \"high\", \"low\""                         },
+             {tap_changer,                   "lowest = -10\nstep = 10",                       3, "step leaves too few turns in the lowest position"              },
+             {"[channel]",                   "noise = -1e-6",                                 2, "noise must be a number from 0 to 0.1"                          },
+             {"[limits]",                    "voltage = [9, 3]",                              2, "voltage must be two numbers in ascending order, from 0 to 1000"},
+             {instrument,                    "serial_number = \"123456789012345678901\"",     2,
+                  "serial_number must be a text of at most 20 characters"                                                                                            },
+             {instrument,                    "calibration_date = 2024-02-06",                 2,
+                  "calibration_date must be a date and time with its zone, as in 2024-02-06T09:30:00Z"                                                               },
+             {fault,                         "operation = \"QVL_Test3ph\"\ncode = 12",        2,
+                  "operation names no operation that can have a fault; did you mean QVL_Test_3ph?"                                                                   },
+             {fault,                         "operation = \"QVL_FreeTestRecord\"\ncode = 9",  2,
+                  "operation names no operation that can have a fault; did you mean QVL_DeleteRecord?"                                                               },
+             {fault,                         test_fault,                                      1, "code is missing"                                               },
+             {fault,                         test_fault + "code = \"BORED\"",                 3,
+                  "code must be the name of a result code or an integer from 0 to 9999"                                                                              },
+             {fault,                         test_fault + "code = 0",                         3, "code must be another than SUCCESS"                             },
+             {fault,                         test_fault + "code = 9\nevery = 2\non_call = 3", 4, "every and on_call exclude each other"                          },
+    })
+        EXPECT_EQ(refusal_of(table + "\n" + lines), "my.toml:" + std::to_string(line) + ": " + table + " " + error);
+    EXPECT_EQ(
+        refusal_of(
+            "[transformer.tap_changer]\nlowest = -8\nstep = 10\n[transformer.wrong_tap]\nphase = \"A\"\nsteps = -2"),
+        "my.toml:6: [transformer.wrong_tap] steps leave the phase too few turns");
+    EXPECT_EQ(refusal_of("seed = 1\nsede = 2"), "my.toml:2: there is no \"sede\"; did you mean seed?");
+    EXPECT_EQ(refusal_of("seed = true"), "my.toml:1: seed must be an integer of 0 or more");
     EXPECT_EQ(refusal_of("seed = \n").substr(0, 11), "my.toml:1: ");
     EXPECT_THROW(read_description("/no/such/file.toml"), DescriptionError);
 }
@@ -81,12 +82,10 @@ TEST(Description, TheShippedOneAndAnEmptyOneAreTheDefaults) {
 }
 
 TEST(Description, FaultsFireAlwaysOnceOrEveryNthTime) {
-    const auto faults = parse_description("[[instrument_fault]]\noperation = \"QVL_GetStatus\"\ncode = 12\n"
-                                          "[[instrument_fault]]\noperation = \"QVL_GetStatus\"\ncode = \"TIMEOUT\"\n"
-                                          "on_call = 2\n"
-                                          "[[instrument_fault]]\noperation = \"QVL_GetStatus\"\ncode = 9\nevery = 3\n",
-                                          "my.toml")
-                            .faults;
+    const std::string of_status = "[[instrument_fault]]\noperation = \"QVL_GetStatus\"\ncode = ";
+    const std::string text =
+        of_status + "12\n" + of_status + "\"TIMEOUT\"\non_call = 2\n" + of_status + "9\nevery = 3\n";
+    const auto faults = parse_description(text, "my.toml").faults;
     ASSERT_EQ(faults.size(), 3u);
     EXPECT_EQ(faults[0].code, code::device_busy);
     EXPECT_EQ(faults[1].code, code::timeout);

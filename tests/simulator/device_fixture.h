@@ -19,47 +19,37 @@
 
 namespace simulator {
 
-inline void append_columns(std::string& text, const void* record, std::span<const Column> columns) {
-    for (const Column& column : columns) {
-        const auto* field = static_cast<const char*>(record) + column.offset;
-        text.append(column.name).push_back('=');
-        if (column.type == ColumnType::text) {
-            const char* characters = nullptr;
-            std::memcpy(&characters, field, sizeof characters);
+inline std::string bytes_of(const void* record, std::span<const Column> columns) {
+    std::string text;
+    for (const auto& [name, type, offset] : columns) {
+        const char* field = static_cast<const char*>(record) + offset;
+        const char* characters = field;
+        if (type == ColumnType::text) std::memcpy(&characters, field, sizeof characters);
+        text.append(name).push_back('=');
+        if (type == ColumnType::text || type == ColumnType::label_text)
             text.append(characters ? characters : "(none)");
-        } else if (column.type == ColumnType::label_text) {
-            text.append(field);
-        } else {
-            for (std::size_t i = 0; i < (column.type == ColumnType::real   ? 8u
-                                         : column.type == ColumnType::byte ? 1u
-                                                                           : 4u);
-                 ++i)
-                text.append(std::to_string(static_cast<unsigned char>(field[i]))).push_back(' ');
-        }
+        else
+            text.append(field, type == ColumnType::real ? 8 : type == ColumnType::byte ? 1 : 4);
         text.push_back('\n');
     }
+    return text;
 }
 
 inline std::string bytes_of(const QVL_TestData_3ph& data) {
-    std::string text;
-    append_columns(text, &data, data_3ph_columns());
-    for (const auto* phase : {&data.A, &data.B, &data.C}) append_columns(text, phase, phase_columns());
+    std::string text = bytes_of(&data, data_3ph_columns());
+    for (const auto* phase : {&data.A, &data.B, &data.C}) text += bytes_of(phase, phase_columns());
     if (data.up) text += "UP\n" + bytes_of(*data.up);
     if (data.down) text += "DOWN\n" + bytes_of(*data.down);
     return text;
 }
 
 inline std::string bytes_of(const QVL_TestData_1ph& data) {
-    std::string text;
-    append_columns(text, &data, data_1ph_columns());
-    append_columns(text, &data.phase, phase_columns());
-    return text;
+    return bytes_of(&data, data_1ph_columns()) + bytes_of(&data.phase, phase_columns());
 }
 
 // Every stored field of a record, doubles to the bit.
 inline std::string bytes_of(const QVL_Test_Record& record) {
-    std::string text = record.label.test_id;
-    append_columns(text, &record.label, label_columns());
+    std::string text = record.label.test_id + bytes_of(&record.label, label_columns());
     for (std::uint32_t i = 0; i < record.test_count; ++i)
         text +=
             record.label.test_type == QVL_TestType_1ph ? bytes_of(*record.data_1ph[i]) : bytes_of(*record.data_3ph[i]);
@@ -80,6 +70,13 @@ class DeviceApi : public testing::Test {
         setenv("ZERKO_SIM_INSTRUMENT", (folder_ / "instrument.toml").c_str(), 1);
         setenv("ZERKO_SIM_TIME_SCALE", "0", 1);
         describe("");
+        parameters_.winding_lo = QVL_Winding_Yn;
+        parameters_.phasing = QVL_Phasing_Unknown;
+        parameters_.magnetic_balance = true;
+        single_phase_.measure_lo = QVL_Measure_1_0;
+        parameters_.voltage = single_phase_.voltage = 47.0;
+        parameters_.nameplate_ratio = single_phase_.nameplate_ratio = 50.2;
+        parameters_.raw_data = single_phase_.raw_data = true;
     }
 
     ~DeviceApi() override {
@@ -96,27 +93,42 @@ class DeviceApi : public testing::Test {
 
     QVL_ResultCode start() { return QVL_Lib_Initialize(nullptr, nullptr, QVL_Lib_Mode_Console, false); }
 
+    QVL_ResultCode start_at(const char* port) {
+        return QVL_Lib_InitializeTestStation(port, nullptr, nullptr, QVL_Lib_Mode_Console, false);
+    }
+
     void restart() {
         ASSERT_EQ(QVL_Lib_Shutdown(), QVL_Success);
         ASSERT_EQ(start(), QVL_Success);
     }
 
+    // A new instrument of that description.
+    void start_new(const std::string& description) {
+        QVL_Lib_Shutdown();  // of the one before, if there was one
+        std::filesystem::remove_all(folder_ / "state");
+        describe(description);
+        ASSERT_EQ(start(), QVL_Success);
+    }
+
     QVL_ResultCode test(const char* id, QVL_DBAction action, Record* result = nullptr) {
-        QVL_Test_Record* record = nullptr;
-        const QVL_ResultCode code = QVL_Test_3ph(id, &parameters_, "{}", action, progress_, &record);
-        Record owned(record);
-        EXPECT_EQ(owned != nullptr, is_success(code));
-        if (result) *result = std::move(owned);
-        return code;
+        return run(QVL_Test_3ph, parameters_, id, action, result);
     }
 
     QVL_ResultCode test_1ph(const char* id, QVL_DBAction action, Record* result = nullptr) {
-        QVL_Test_Record* record = nullptr;
-        const QVL_ResultCode code = QVL_Test_1ph(id, &single_phase_, "{}", action, progress_, &record);
-        Record owned(record);
-        EXPECT_EQ(owned != nullptr, is_success(code));
-        if (result) *result = std::move(owned);
-        return code;
+        return run(QVL_Test_1ph, single_phase_, id, action, result);
+    }
+
+    // The record of a test that succeeds and is not stored.
+    Record measured() {
+        Record record;
+        EXPECT_EQ(test("T", QVL_DB_DoNotStore, &record), QVL_Success);
+        return record;
+    }
+
+    Record measured_1ph() {
+        Record record;
+        EXPECT_EQ(test_1ph("T", QVL_DB_DoNotStore, &record), QVL_Success);
+        return record;
     }
 
     Record read(const char* id, QVL_ResultCode expected = QVL_Success) {
@@ -144,6 +156,12 @@ class DeviceApi : public testing::Test {
         return exists;
     }
 
+    // Connections by their numbers, the low side's without a short.
+    static QVL_ResultCode direct_voltage(int direction, int measure, int shorted, int supply, double volts) {
+        return QVL_Diagnose_SetVoltageDC(QVL_TestDirection{direction}, QVL_PhaseMeasure{measure}, QVL_Measure_1_2,
+                                         QVL_PhaseShort{shorted}, QVL_Short_None, QVL_PowerSupplyType{supply}, volts);
+    }
+
     // The whole log; `calls`: how many chunks it came in.
     std::string log(unsigned chunk = 4096, int* calls = nullptr) {
         std::vector<char> buffer(chunk);
@@ -160,32 +178,26 @@ class DeviceApi : public testing::Test {
         return text;
     }
 
-    QVL_Parameters_3ph parameters() const {
-        QVL_Parameters_3ph parameters;
-        parameters.winding_lo = QVL_Winding_Yn;
-        parameters.phasing = QVL_Phasing_Unknown;
-        parameters.voltage = 47.0;
-        parameters.nameplate_ratio = 50.2;
-        parameters.magnetic_balance = true;
-        parameters.raw_data = true;
-        return parameters;
-    }
-
-    // One limb of a Dyn11 transformer.
-    QVL_Parameters_1ph single_phase() const {
-        QVL_Parameters_1ph parameters;
-        parameters.measure_lo = QVL_Measure_1_0;
-        parameters.voltage = 47.0;
-        parameters.nameplate_ratio = 50.2;
-        parameters.raw_data = true;
-        return parameters;
-    }
-
     std::filesystem::path folder_;
     int changes_ = 0;
-    QVL_Parameters_3ph parameters_ = parameters();
-    QVL_Parameters_1ph single_phase_ = single_phase();
+    QVL_Parameters_3ph parameters_;
+    QVL_Parameters_1ph single_phase_;  // one limb of a Dyn11 transformer
     const QVL_ProgressCallback* progress_ = nullptr;
+
+  private:
+    QVL_ResultCode run(auto operation, const auto& parameters, const char* id, QVL_DBAction action, Record* result) {
+        QVL_Test_Record* record = nullptr;
+        const QVL_ResultCode code = operation(id, &parameters, "{}", action, progress_, &record);
+        Record owned(record);
+        EXPECT_EQ(owned != nullptr, is_success(code));
+        if (result) *result = std::move(owned);
+        return code;
+    }
+};
+
+class StartedDevice : public DeviceApi {
+  protected:
+    StartedDevice() { EXPECT_EQ(start(), QVL_Success); }
 };
 
 }  // namespace simulator

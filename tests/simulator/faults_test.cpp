@@ -10,14 +10,12 @@ namespace {
 
 using testing::HasSubstr;
 
-class FaultsByName : public DeviceApi {
-  protected:
-    static std::string fault(std::string_view operation, int code, const std::string& when = "") {
-        std::string text("[[instrument_fault]]\noperation = \"");
-        text.append(operation).append("\"\ncode = ").append(std::to_string(code)).append("\n");
-        return text.append(when).append("\n");
-    }
-};
+using FaultsByName = DeviceApi;
+
+std::string fault(const std::string& operation, int code, const std::string& when = "") {
+    return "[[instrument_fault]]\noperation = \"" + operation + "\"\ncode = " + std::to_string(code) + "\n" + when +
+           "\n";
+}
 
 TEST_F(FaultsByName, EveryNamedOperationCanHaveOneAndLeavesALineInTheLog) {
     constexpr double v = 48.0;
@@ -41,16 +39,11 @@ TEST_F(FaultsByName, EveryNamedOperationCanHaveOneAndLeavesALineInTheLog) {
         {"QVL_Test_1ph",                     [&] { return test_1ph("F", QVL_DB_NewRecord); }                                   },
         {"QVL_CheckRecordExists",            [&] { return QVL_CheckRecordExists("F", flag); }                                  },
         {"QVL_CalibrateZero",                [] { return QVL_CalibrateZero(nullptr); }                                         },
-        {"QVL_CalibrateVoltageBegin",
-         [] { return QVL_CalibrateVoltageBegin(v, 0, nullptr, nullptr, nullptr, nullptr); }                                    },
+        {"QVL_CalibrateVoltageBegin",        [] { return QVL_CalibrateVoltageBegin(v, 0, {}, {}, {}, {}); }                    },
         {"QVL_CalibrateVoltageEnd",          [] { return QVL_CalibrateVoltageEnd(v, v, v, nullptr); }                          },
         {"QVL_CalibrateHighCurrent",         [] { return QVL_CalibrateHighCurrent(v, 5.0, 5.0, 5.0, nullptr); }                },
         {"QVL_GetCalibrData",                [] { return QVL_GetCalibrData(nullptr); }                                         },
-        {"QVL_Diagnose_SetVoltageDC",
-         [] {
-             return QVL_Diagnose_SetVoltageDC(QVL_Direction_Up, QVL_Measure_1_2, QVL_Measure_1_2, QVL_Short_None,
-                                              QVL_Short_None, QVL_PowerSupply_12V, 5.0);
-         }                                                                                                                     },
+        {"QVL_Diagnose_SetVoltageDC",        [] { return direct_voltage(0, 1, 0, 0, 5.0); }                                    },
         {"QVL_ElevateToFactoryPrivilages",   [] { return QVL_ElevateToFactoryPrivilages(nullptr); }                            },
         {"QVL_FactoryResetMeasurementBoard", [] { return QVL_FactoryResetMeasurementBoard(nullptr, nullptr); }                 },
         {"QVL_ListRecords",                  [] { return QVL_ListRecords(nullptr, QVL_Order_DateTime, true); }                 },
@@ -60,9 +53,8 @@ TEST_F(FaultsByName, EveryNamedOperationCanHaveOneAndLeavesALineInTheLog) {
         {"QVL_Lib_Shutdown",                 [] { return QVL_Lib_Shutdown(); }                                                 },
     };
     const std::pair<const char*, std::function<QVL_ResultCode()>> starts[] = {
-        {"QVL_Lib_Initialize",            [&] { return start(); }                                                },
-        {"QVL_Lib_InitializeTestStation",
-         [] { return QVL_Lib_InitializeTestStation("/dev/null", nullptr, nullptr, QVL_Lib_Mode_Console, false); }},
+        {"QVL_Lib_Initialize",            [&] { return start(); }              },
+        {"QVL_Lib_InitializeTestStation", [&] { return start_at("/dev/null"); }},
     };
     constexpr std::size_t cancellation = 1;  // it has a test of its own
     EXPECT_EQ(std::size(calls) + std::size(starts) + cancellation, std::size(operation_names));
@@ -79,11 +71,8 @@ TEST_F(FaultsByName, EveryNamedOperationCanHaveOneAndLeavesALineInTheLog) {
     }
     redescribe("");
     EXPECT_FALSE(stored("F"));
-    EXPECT_FALSE(stored("T"));
-    const std::string text = log();
-    for (const auto& [name, call] : calls)
-        EXPECT_THAT(text,
-                    HasSubstr(std::string("ERROR ") + name + ": UNKNOWN_RESULT_CODE: a fault of the description"));
+    const std::string text = log(), fault_logged = ": UNKNOWN_RESULT_CODE: a fault of the description";
+    for (const auto& [name, call] : calls) EXPECT_THAT(text, HasSubstr(std::string("ERROR ") + name + fault_logged));
     for (const auto& [name, call] : starts) EXPECT_THAT(text, HasSubstr(std::string("ERROR ") + name + ": "));
 }
 

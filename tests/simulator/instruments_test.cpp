@@ -23,8 +23,7 @@ class Instruments : public DeviceApi {
         parameters_.winding_hi = wound.high;
         parameters_.winding_lo = wound.low;
         parameters_.nameplate_ratio = nameplate_ratio;
-        Record record;
-        EXPECT_EQ(test("T", QVL_DB_DoNotStore, &record), QVL_Success);
+        const Record record = measured();
         EXPECT_EQ(record->label.phasing, wound.clock);
         return *record->data_3ph[0];
     }
@@ -69,8 +68,7 @@ TEST_F(Instruments, TheCurrentTransformerShowsItsRatioAndItsKnee) {
     single_phase_.frequency = 80;
     const auto current_at = [&](double volts) {
         single_phase_.voltage = volts;
-        Record record;
-        EXPECT_EQ(test_1ph("CT", QVL_DB_DoNotStore, &record), QVL_Success);
+        const Record record = measured_1ph();
         EXPECT_NEAR(record->label.ct_l, 1000, 1);
         EXPECT_LT(std::abs(record->data_1ph[0]->phase.Ratio_Error), 0.1);
         return record->data_1ph[0]->phase.Current_rms;

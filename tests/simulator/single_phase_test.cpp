@@ -2,26 +2,18 @@
 #include "simulator/single_phase.h"
 
 #include "tests/simulator/device_fixture.h"
+#include "tests/simulator/transformer_bench.h"
 
 #include <cmath>
 
 namespace simulator {
 namespace {
 
-// Runs a test on a perfect board without noise.
-QVL_TestData_1ph measured(const char* group, const QVL_Parameters_1ph& parameters, OwnedRecord& record) {
+std::unique_ptr<OwnedRecord> measured(const char* group, const QVL_Parameters_1ph& parameters) {
     TransformerData data;
     data.group = parse_vector_group(group).value();
     data.centre_limb_reluctance = 1.0;
-    const Transformer transformer(data);
-    const Limits limits;
-    ChannelData channel;
-    channel.noise = channel.noise_floor = 0.0;
-    const Coefficients perfect;
-    Noise noise(1);
-    Bench bench{transformer, limits, Channel(channel, perfect, perfect, noise), 20.0};
-    measure_single_phase(bench, parameters, record);
-    return *record.record()->data_1ph[0];
+    return record_of(measure_single_phase, data, parameters);
 }
 
 struct Leads {
@@ -42,56 +34,48 @@ QVL_Parameters_1ph parameters_for(const Leads& leads) {
 // A limb between two shorted ones carries its flux alone; otherwise flux returns through both others alike. With a
 // ratio of 50 per limb, `ratio` is 50 times the excited volts over the read volts, both in units of the excited limb's.
 TEST(SinglePhase, EveryConnectionHasTheRatioOfItsWindings) {
-    struct Case {
-        const char* group;
-        Leads leads;
-        double ratio;
-        int phasing;
-        const char* name;
-    };
-    for (const Case& expected : {
+    for (const auto& [group, leads, ratio, phasing, name] : {
   // Limb by limb: the delta's own terminals, and the low-side windings that belong to them.
-             Case{"Dyn11", {1, 0, 4, 0}, 50.0,  0, "H1-H2/X1-X0"          },
-             {"Dyn11", {2, 0, 5, 0}, 50.0,  0, "H2-H3/X2-X0"          },
-             {"Dyn11", {3, 0, 6, 0}, 50.0,  6, "H1-H3/X3-X0"          },
-             {"Dyn1",  {3, 0, 4, 0}, 50.0,  0, "H1-H3/X1-X0"          },
-             {"Dyn5",  {1, 0, 4, 0}, 50.0,  6, "H1-H2/X1-X0"          },
-             {"YNd1",  {4, 0, 1, 0}, 50.0,  0, "H1-H0/X1-X2"          },
-             {"YNyn0", {4, 0, 4, 0}, 50.0,  0, "H1-H0/X1-X0"          },
-             {"YNyn0", {5, 0, 5, 0}, 50.0,  0, "H2-H0/X2-X0"          },
-             {"YNyn0", {6, 0, 6, 0}, 50.0,  0, "H3-H0/X3-X0"          },
-             {"YNyn6", {6, 0, 6, 0}, 50.0,  6, "H3-H0/X3-X0"          },
+             std::tuple{"Dyn11", Leads{1, 0, 4, 0}, 50.0,  0, "H1-H2/X1-X0"          },
+             {"Dyn11", {2, 0, 5, 0},      50.0,  0, "H2-H3/X2-X0"          },
+             {"Dyn11", {3, 0, 6, 0},      50.0,  6, "H1-H3/X3-X0"          },
+             {"Dyn1",  {3, 0, 4, 0},      50.0,  0, "H1-H3/X1-X0"          },
+             {"Dyn5",  {1, 0, 4, 0},      50.0,  6, "H1-H2/X1-X0"          },
+             {"YNd1",  {4, 0, 1, 0},      50.0,  0, "H1-H0/X1-X2"          },
+             {"YNyn0", {4, 0, 4, 0},      50.0,  0, "H1-H0/X1-X0"          },
+             {"YNyn0", {5, 0, 5, 0},      50.0,  0, "H2-H0/X2-X0"          },
+             {"YNyn0", {6, 0, 6, 0},      50.0,  0, "H3-H0/X3-X0"          },
+             {"YNyn6", {6, 0, 6, 0},      50.0,  6, "H3-H0/X3-X0"          },
  // Two limbs in series carry one flux there and back.
-             {"YNyn0", {1, 0, 1, 0}, 50.0,  0, "H1-H2/X1-X2"          },
-             {"YNyn0", {2, 0, 2, 0}, 50.0,  0, "H2-H3/X2-X3"          },
-             {"YNyn0", {3, 0, 3, 0}, 50.0,  0, "H1-H3/X1-X3"          },
-             {"YNyn0", {1, 0, 4, 0}, 100.0, 0, "H1-H2/X1-X0"          },
-             {"YNyn0", {2, 0, 1, 0}, 100.0, 6, "H2-H3/X1-X2"          },
+             {"YNyn0", {1, 0, 1, 0},      50.0,  0, "H1-H2/X1-X2"          },
+             {"YNyn0", {2, 0, 2, 0},      50.0,  0, "H2-H3/X2-X3"          },
+             {"YNyn0", {3, 0, 3, 0},      50.0,  0, "H1-H3/X1-X3"          },
+             {"YNyn0", {1, 0, 4, 0},      100.0, 0, "H1-H2/X1-X0"          },
+             {"YNyn0", {2, 0, 1, 0},      100.0, 6, "H2-H3/X1-X2"          },
  // A terminal against two: 1 of 1.5, and half of the flux in each of the others.
-             {"YNyn0", {1, 2, 1, 2}, 50.0,  0, "H1-(H2+H3)/X1-(X2+X3)"},
-             {"YNyn0", {2, 3, 2, 3}, 50.0,  0, "H2-(H1+H3)/X2-(X1+X3)"},
-             {"YNyn0", {3, 1, 3, 1}, 50.0,  0, "H3-(H1+H2)/X3-(X1+X2)"},
-             {"YNyn0", {1, 2, 4, 0}, 75.0,  0, "H1-(H2+H3)/X1-X0"     },
-             {"YNyn0", {3, 1, 3, 0}, 50.0,  6, "H3-(H1+H2)/X1-X3"     },
+             {"YNyn0", {1, 2, 1, 2},      50.0,  0, "H1-(H2+H3)/X1-(X2+X3)"},
+             {"YNyn0", {2, 3, 2, 3},      50.0,  0, "H2-(H1+H3)/X2-(X1+X3)"},
+             {"YNyn0", {3, 1, 3, 1},      50.0,  0, "H3-(H1+H2)/X3-(X1+X2)"},
+             {"YNyn0", {1, 2, 4, 0},      75.0,  0, "H1-(H2+H3)/X1-X0"     },
+             {"YNyn0", {3, 1, 3, 0},      50.0,  6, "H3-(H1+H2)/X1-X3"     },
  // The limb between the shorted terminals carries no flux.
-             {"Dyn11", {1, 2, 4, 0}, 50.0,  0, "H1-(H2+H3)/X1-X0"     },
-             {"Dyn11", {3, 1, 6, 0}, 50.0,  0, "H3-(H1+H2)/X3-X0"     },
-             {"Dyn11", {1, 2, 1, 0}, 50.0,  0, "H1-(H2+H3)/X1-X2"     },
+             {"Dyn11", {1, 2, 4, 0},      50.0,  0, "H1-(H2+H3)/X1-X0"     },
+             {"Dyn11", {3, 1, 6, 0},      50.0,  0, "H3-(H1+H2)/X3-X0"     },
+             {"Dyn11", {1, 2, 1, 0},      50.0,  0, "H1-(H2+H3)/X1-X2"     },
     })
         for (const auto mode : {QVL_TestMode_VR_Down, QVL_TestMode_VR_Auto, QVL_TestMode_CT}) {
-            SCOPED_TRACE(std::string(expected.group) + " " + expected.name);
-            QVL_Parameters_1ph parameters = parameters_for(expected.leads);
+            SCOPED_TRACE(std::string(group) + " " + name);
+            QVL_Parameters_1ph parameters = parameters_for(leads);
             parameters.test_mode = mode;
-            OwnedRecord record;
-            const auto test = measured(expected.group, parameters, record);
-            EXPECT_NEAR(test.phase.Ratio, expected.ratio, expected.ratio * 2e-4);
-            EXPECT_EQ(record.label().phasing, expected.phasing);
-            EXPECT_NEAR(std::remainder(test.phase.phase_deviation - expected.phasing * M_PI / 6.0, 2.0 * M_PI), 0.0,
-                        1e-3);
+            const auto record = measured(group, parameters);
+            const auto& test = *record->record()->data_1ph[0];
+            EXPECT_NEAR(test.phase.Ratio, ratio, ratio * 2e-4);
+            EXPECT_EQ(record->label().phasing, phasing);
+            EXPECT_NEAR(std::remainder(test.phase.phase_deviation - phasing * M_PI / 6.0, 2.0 * M_PI), 0.0, 1e-3);
             EXPECT_NEAR(test.phase.phase_deviation_from_phasing, 0.0, 1e-3);
-            EXPECT_STREQ(test.phase.name, expected.name);
-            EXPECT_EQ(record.label().winding_hi, QVL_Winding_1Ph);
-            EXPECT_EQ(record.label().ct_l, mode == QVL_TestMode_CT ? std::lround(5.0 * expected.ratio) : 0);
+            EXPECT_STREQ(test.phase.name, name);
+            EXPECT_EQ(record->label().winding_hi, QVL_Winding_1Ph);
+            EXPECT_EQ(record->label().ct_l, mode == QVL_TestMode_CT ? std::lround(5.0 * ratio) : 0);
         }
 }
 
@@ -100,8 +84,7 @@ TEST(SinglePhase, SteppingUpReadsTheHighSideAndAutomaticTestsDoSoWhenSteppingDow
     const auto run = [&](QVL_TestMode mode, double voltage) {
         parameters.test_mode = mode;
         parameters.voltage = voltage;
-        OwnedRecord record;
-        return measured("Dyn11", parameters, record);
+        return *measured("Dyn11", parameters)->record()->data_1ph[0];
     };
     const auto up = run(QVL_TestMode_VR_Up, 2.0);
     EXPECT_EQ(up.test_mode, QVL_TestMode_VR_Up);
@@ -113,10 +96,9 @@ TEST(SinglePhase, SteppingUpReadsTheHighSideAndAutomaticTestsDoSoWhenSteppingDow
 
 TEST(SinglePhase, ConnectionsThatMeasureNothingAreRefused) {
     const auto refusal = [](const char* group, const Leads& leads) {
-        OwnedRecord record;
         try {
             check(parameters_for(leads), Limits());
-            measured(group, parameters_for(leads), record);
+            measured(group, parameters_for(leads));
             return QVL_Success;
         } catch (const Failure& failure) {
             return failure.code();
@@ -130,8 +112,7 @@ TEST(SinglePhase, ConnectionsThatMeasureNothingAreRefused) {
     EXPECT_EQ(refusal("YNd1", {4, 0, 6, 0}), code::signal_too_small);
 }
 
-TEST_F(DeviceApi, SinglePhaseRecordsAreStoredAndReadBackToTheBit) {
-    ASSERT_EQ(start(), QVL_Success);
+TEST_F(StartedDevice, SinglePhaseRecordsAreStoredAndReadBackToTheBit) {
     Record first, second;
     ASSERT_EQ(test_1ph("S", QVL_DB_NewRecord, &first), QVL_Success);
     EXPECT_EQ(first->data_1ph[0]->voltage, 47.0);
@@ -153,16 +134,13 @@ TEST_F(DeviceApi, SinglePhaseRecordsAreStoredAndReadBackToTheBit) {
 }
 
 TEST_F(DeviceApi, RatiosScatterAsTheNoiseIsDescribedAndALongTestAveragesIt) {
-    describe("[durations]\nlong_test = 100\n[channel]\nnoise = 1e-3\n");
-    ASSERT_EQ(start(), QVL_Success);
+    start_new("[durations]\nlong_test = 100\n[channel]\nnoise = 1e-3\n");
     const auto deviation = [&](bool long_test) {
         single_phase_.long_test = long_test;
         double sum = 0.0, squares = 0.0;
         constexpr int tests = 200;
         for (int i = 0; i < tests; ++i) {
-            Record record;
-            EXPECT_EQ(test_1ph("N", QVL_DB_DoNotStore, &record), QVL_Success);
-            const double ratio = record->data_1ph[0]->phase.Ratio / 50.0;
+            const double ratio = measured_1ph()->data_1ph[0]->phase.Ratio / 50.0;
             sum += ratio;
             squares += ratio * ratio;
         }
