@@ -128,6 +128,15 @@ bool line_matches(std::string_view expected, std::string_view seen) {
     return false;
 }
 
+// Whether a line can be called changed in part: half of it is at the same place from its start or its end.
+bool line_is_similar(const std::string& expected, const std::string& seen) {
+    const auto front = std::mismatch(expected.begin(), expected.end(), seen.begin(), seen.end()).first;
+    const auto back =
+        std::mismatch(expected.rbegin(), std::make_reverse_iterator(front), seen.rbegin(), seen.rend()).first;
+    const auto same = (front - expected.begin()) + (back - expected.rbegin());
+    return 2 * static_cast<std::size_t>(same) >= std::max(expected.size(), seen.size());
+}
+
 constexpr char C_Same = ' ';
 constexpr char C_Missing = '-';
 constexpr char C_Extra = '+';
@@ -156,6 +165,9 @@ class Alignment {
             if (pairs(i, j) && costs_[i][j] == costs_[i + 1][j + 1]) {
                 append(marked, C_Same, units_[i++]);
                 ++j;
+            } else if (is_changed(i, j) && costs_[i][j] == costs_[i + 1][j + 1] + 1) {
+                append(marked, C_Missing, units_[i++]);
+                marked.push_back({C_Extra, seen_[j++]});
             } else if (i < units_.size() && costs_[i][j] == costs_[i + 1][j] + cost_of_missing(i)) {
                 append(marked, units_[i].any_lines ? C_Same : C_Missing, units_[i]);
                 ++i;
@@ -172,17 +184,23 @@ class Alignment {
         return i < units_.size() && j < seen_.size() && !units_[i].any_lines &&
                line_matches(units_[i].source.front(), seen_[j]);
     }
+    // Cheaper than a missing line, so that a wildcard does not swallow what has changed.
+    bool is_changed(std::size_t i, std::size_t j) const {
+        return i < units_.size() && j < seen_.size() && !units_[i].any_lines &&
+               line_is_similar(units_[i].source.front(), seen_[j]);
+    }
     bool absorbs_next(std::size_t i) const { return i < units_.size() && units_[i].any_lines; }
-    std::size_t cost_of_missing(std::size_t i) const { return units_[i].any_lines ? 0 : 1; }
+    std::size_t cost_of_missing(std::size_t i) const { return units_[i].any_lines ? 0 : 2; }
 
     std::size_t cost(std::size_t i, std::size_t j) const {
         const bool more_units = i < units_.size();
         const bool more_seen = j < seen_.size();
         if (!more_units && !more_seen) return 0;
         if (!more_seen) return costs_[i + 1][j] + cost_of_missing(i);
-        const std::size_t extra = costs_[i][j + 1] + (absorbs_next(i) ? 0 : 1);
+        const std::size_t extra = costs_[i][j + 1] + (absorbs_next(i) ? 0 : 2);
         if (!more_units) return extra;
-        const std::size_t best = std::min(extra, costs_[i + 1][j] + cost_of_missing(i));
+        std::size_t best = std::min(extra, costs_[i + 1][j] + cost_of_missing(i));
+        if (is_changed(i, j)) best = std::min(best, costs_[i + 1][j + 1] + 1);
         return pairs(i, j) ? std::min(best, costs_[i + 1][j + 1]) : best;
     }
 

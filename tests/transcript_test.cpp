@@ -89,6 +89,15 @@ TEST(Transcript, IsAcceptedWithTheWildcardsThatHold) {
                                             "file: *.csv\nsep=;\nDate;[...]\nrow\nend file\nno file: *.RAW.csv\n");
 }
 
+TEST(Transcript, KeepsALineThatChangedInPartOutOfTheWildcards) {
+    const Transcript expected = parse_transcript("\n...\nTotal count: 4\n...\nend\nexit: 0\n");
+    Transcript seen = expected;
+    seen.steps[0].output = {"before", "Total count: 5", "after", "end"};
+    const Comparison comparison = compare(expected, seen);
+    EXPECT_EQ(comparison.difference, " ...\n-Total count: 4\n+Total count: 5\n ...\n end\n exit: 0\n");
+    EXPECT_EQ(to_text(comparison.accepted), "\n...\nTotal count: 5\n...\nend\nexit: 0\n");
+}
+
 TEST(Transcript, NamesTheLineThatIsWrong) {
     for (const auto& [text, message] : {
              std::pair{"remark\n\nexit: 0\n",               "line 1: the head has `key: value` lines"               },
