@@ -32,8 +32,6 @@ TEST(Description, ErrorsSayWhereAndWhyAndWhatWouldBeRight) {
     for (const auto& [table, lines, line, error] : {
              Case{transformer,                   "name = \"T\"\nopen_phse = \"B\"",               3, "has no \"open_phse\""                                          },
              {transformer,                   "vector_grup = \"Dyn11\"",                       2, "has no \"vector_grup\"; did you mean vector_group?"            },
-             {transformer,                   "\nvector_group = \"Dyn0\"",                     3,
-                  "vector_group is impossible: such windings make odd clock numbers only"                                                                            },
              {transformer,                   "vector_group = \"DYN11\"",                      2,
                   "vector_group must be a vector group such as \"Dyn11\", \"YNd1\" or \"Yzn5\""                                                                      },
              {transformer,                   "turns_ratio = [50, 50]",                        2,

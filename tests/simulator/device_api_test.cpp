@@ -6,11 +6,6 @@
 #include <unistd.h>
 
 #include <csignal>
-#include <cstdlib>
-#include <cstring>
-#include <filesystem>
-#include <fstream>
-#include <string>
 
 namespace simulator {
 namespace {
@@ -32,10 +27,8 @@ TEST_F(DeviceApi, NothingWorksBeforeTheStartAndCancellingDoesNoHarm) {
 
 TEST_F(StartedDevice, AnAutomaticTestReportsBothDirections) {
     parameters_.phasing = 5;
-    Record record;
-    ASSERT_EQ(test("T", QVL_DB_NewRecord, &record), QVL_Success);
+    const Record record = measured();
     EXPECT_STREQ(record->label.test_id, "T");
-    EXPECT_EQ(record->label.test_number, 5u);
     EXPECT_EQ(record->label.phasing, 11);
     EXPECT_STREQ(record->label.label_text, "");
     ASSERT_EQ(record->test_count, 1u);
@@ -214,13 +207,12 @@ TEST_F(StartedDevice, SettingsOutliveARestart) {
     info.settings.fan_start_power = 101;
     EXPECT_EQ(QVL_SetSettings(&info.settings), code::bad_settings);
     restart();
-    QVL_DeviceInfo again;
-    ASSERT_EQ(QVL_GetDeviceInfo(&again), QVL_Success);
-    EXPECT_EQ(again.settings.fan_start_temp, 33);
-    EXPECT_EQ(again.settings.reserved_8, -7);
-    EXPECT_EQ(again.settings.fan_start_power, 70);
-    EXPECT_TRUE(again.debug_mode);
-    EXPECT_STREQ(again.serial_number, "ZS-0000-0000");
+    ASSERT_EQ(QVL_GetDeviceInfo(&info), QVL_Success);
+    EXPECT_EQ(info.settings.fan_start_temp, 33);
+    EXPECT_EQ(info.settings.reserved_8, -7);
+    EXPECT_EQ(info.settings.fan_start_power, 70);
+    EXPECT_TRUE(info.debug_mode);
+    EXPECT_STREQ(info.serial_number, "ZS-0000-0000");
 }
 
 TEST_F(DeviceApi, AStateFolderThatCannotBeUsedLeavesTheDatabaseNotLoaded) {

@@ -163,11 +163,11 @@ class DeviceApi : public testing::Test {
     }
 
     // The whole log; `calls`: how many chunks it came in.
-    std::string log(unsigned chunk = 4096, int* calls = nullptr) {
+    std::string log(unsigned chunk = 4096, unsigned* calls = nullptr) {
         std::vector<char> buffer(chunk);
         std::string text;
         bool more = false;
-        int count = 0;
+        unsigned count = 0;
         do {
             unsigned bytes = 0;
             EXPECT_EQ(QVL_ReadFile(QVL_ReadFile_ErrorLog, count == 0, buffer.data(), chunk, bytes, more), QVL_Success);

@@ -50,7 +50,7 @@ TEST_F(Instruments, HealthyTransformersMeetTheirNameplates) {
     for (const auto& [name, group, ratio] : {
              std::tuple{"dyn11", "Dyn11", 50.204},
              {"ynd1",  "YNd1",  3.1754},
-             {"yzn5",  "Yzn5",  86.603},
+             {"yzn5",  "Yzn5",  86.603}
     }) {
         SCOPED_TRACE(name);
         load(name);

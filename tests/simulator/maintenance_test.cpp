@@ -5,13 +5,13 @@
 #include <functional>
 #include <numbers>
 #include <numeric>
+#include <regex>
 #include <thread>
 
 namespace simulator {
 namespace {
 
 using testing::ElementsAre;
-using testing::EndsWith;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
@@ -140,23 +140,20 @@ TEST_F(Maintenance, TheLogTellsWhatHappenedAndComesInChunks) {
     EXPECT_EQ(QVL_SetDebugEnabled(true), code::timeout);
     restart();
     const std::string text = log();
-    std::string events;
-    for (std::size_t at = 0; at < text.size(); at = text.find('\n', at) + 1)
-        events += text.substr(at + 21, text.find('\n', at) + 1 - at - 21);
-    EXPECT_EQ(events, "INFO  Started\n"
-                      "ERROR QVL_DeleteRecord: NO_SUCH_RECORD\n"
-                      "INFO  Test stored under the ID T\n"
-                      "ERROR QVL_SetDebugEnabled: TIMEOUT: a fault of the description\n"
-                      "INFO  Shut down\n"
-                      "INFO  Started\n");
-    EXPECT_THAT(text, testing::MatchesRegex("2[0-9-]+T[0-9:]+Z INFO  Started\n(.|\n)*"));
+    EXPECT_EQ(std::regex_replace(text, std::regex("2[0-9-]{9}T[0-9:]{8}Z "), "@"),
+              "@INFO  Started\n"
+              "@ERROR QVL_DeleteRecord: NO_SUCH_RECORD\n"
+              "@INFO  Test stored under the ID T\n"
+              "@ERROR QVL_SetDebugEnabled: TIMEOUT: a fault of the description\n"
+              "@INFO  Shut down\n"
+              "@INFO  Started\n");
 
-    int calls = 0;
     const auto size = static_cast<unsigned>(text.size());
     for (const auto& [chunk, expected_calls] : {
-             std::pair(size, 1), {size - 1, 2                     },
-               {1u,       static_cast<int>(size)}
+             std::pair(size, 1u), {size - 1, 2u  },
+               {1u,       size}
     }) {
+        unsigned calls = 0;
         EXPECT_EQ(log(chunk, &calls), text);
         EXPECT_EQ(calls, expected_calls);
     }
@@ -168,17 +165,6 @@ TEST_F(Maintenance, TheLogTellsWhatHappenedAndComesInChunks) {
     EXPECT_FALSE(more);
     EXPECT_EQ(QVL_ReadFile(QVL_ReadFileType{1}, true, buffer, 8, bytes, more), code::not_supported);
     EXPECT_EQ(QVL_ReadFile(QVL_ReadFile_ErrorLog, true, buffer, 0, bytes, more), code::bad_parameter);
-}
-
-TEST_F(Maintenance, ALongLogKeepsItsSizeAndWhatComesAfterIt) {
-    start_new("[instrument]\nlog_size = 409600\n");
-    int calls = 0;
-    const std::string text = log(102400, &calls);
-    EXPECT_EQ(calls, 5);
-    EXPECT_EQ(text[409599], '\n');
-    EXPECT_THAT(text.substr(409600), EndsWith("Z INFO  Started\n"));
-    EXPECT_EQ(text.find('\n', 409600), text.size() - 1);
-    EXPECT_EQ(log(7777), text);
 }
 
 TEST_F(Maintenance, TheTapChangerMovesTheRatioStepByStepAndStopsAtItsEnds) {
@@ -204,10 +190,9 @@ TEST_F(Maintenance, TheTapChangerMovesTheRatioStepByStepAndStopsAtItsEnds) {
 }
 
 TEST_F(Maintenance, AnInstrumentThatIsOffAnswersAgainAfterItsNextStart) {
-    for (const auto& [switch_off, message] : {
-             std::pair(&QVL_Reboot, "The simulated instrument restarts.\n"),
-             {&QVL_PowerOff, "The simulated instrument is switched off.\n"}
-    }) {
+    const std::pair restarts(&QVL_Reboot, "The simulated instrument restarts.\n");
+    const std::pair goes_off(&QVL_PowerOff, "The simulated instrument is switched off.\n");
+    for (const auto& [switch_off, message] : {restarts, goes_off}) {
         EXPECT_EQ(QVL_ElevateToFactoryPrivilages(access_code_), QVL_Success);
         testing::internal::CaptureStderr();
         EXPECT_EQ(switch_off(), QVL_Success);
@@ -361,8 +346,7 @@ TEST_F(Maintenance, WhateverTakesTimeEndsSoonAfterItsCancellation) {
     using Clock = std::chrono::steady_clock;
     setenv("ZERKO_SIM_TIME_SCALE", "1", 1);
     restart();
-    double own = 0.0;
-    EXPECT_EQ(QVL_CalibrateVoltageBegin(48.0, 0, &own, &own, &own, nullptr), QVL_Success);
+    EXPECT_EQ(QVL_CalibrateVoltageBegin(48.0, 0, &own_[0], &own_[1], &own_[2], nullptr), QVL_Success);
     auto operations = long_operations();
     operations.emplace_back("tap changer", [] { return QVL_CloseTapChangerManual(QVL_TC_Up); });
     operations.emplace_back("direct voltage", [] { return direct_voltage(1, 1, 0, 0, 5.0); });
@@ -382,18 +366,18 @@ TEST_F(Maintenance, WhateverTakesTimeEndsSoonAfterItsCancellation) {
 }
 
 TEST_F(Maintenance, DirectVoltageIsAppliedWithinTheSupplysRange) {
-    EXPECT_EQ(direct_voltage(1, 1, 2, 1, 47.0), QVL_Success);
-    EXPECT_EQ(direct_voltage(0, 6, 0, 0, 12.0), QVL_Success);
-    EXPECT_EQ(direct_voltage(0, 1, 0, 0, 13.0), code::voltage_out_of_range);
-    EXPECT_EQ(direct_voltage(1, 1, 0, 1, 0.0), code::voltage_out_of_range);
-    EXPECT_EQ(direct_voltage(1, 1, 0, 1, 100.0), code::voltage_out_of_range);
-    for (const auto& [direction, measure, shorted, supply] : {
-             std::array{2, 1, 0, 1},
-             {1, 7, 0, 1},
-             {1, 1, 4, 1},
-             {1, 1, 0, 2}
+    for (const auto& [direction, measure, shorted, supply, volts, result] : {
+             std::tuple{1, 1, 2, 1, 47.0,  QVL_Success               },
+             {0, 6, 0, 0, 12.0,  QVL_Success               },
+             {0, 1, 0, 0, 13.0,  code::voltage_out_of_range},
+             {1, 1, 0, 1, 0.0,   code::voltage_out_of_range},
+             {1, 1, 0, 1, 100.0, code::voltage_out_of_range},
+             {2, 1, 0, 1, 5.0,   code::bad_parameter       },
+             {1, 7, 0, 1, 5.0,   code::bad_parameter       },
+             {1, 1, 4, 1, 5.0,   code::bad_parameter       },
+             {1, 1, 0, 2, 5.0,   code::bad_parameter       },
     })
-        EXPECT_EQ(direct_voltage(direction, measure, shorted, supply, 5.0), code::bad_parameter);
+        EXPECT_EQ(direct_voltage(direction, measure, shorted, supply, volts), result);
     redescribe("[instrument]\nboard_connected = false");
     EXPECT_EQ(direct_voltage(1, 1, 0, 1, 5.0), code::board_not_connected);
     EXPECT_EQ(QVL_CalibrateZero(nullptr), code::board_not_connected);

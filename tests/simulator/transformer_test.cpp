@@ -240,17 +240,5 @@ TEST(Channel, CalibrationTakesTheBoardsErrorsOutOfAReading) {
     EXPECT_EQ(calibrated.low_voltage(0, 0.002).gain_2, 100.0);
 }
 
-TEST(Channel, NoiseHasItsDescribedDeviation) {
-    Noise noise(3);
-    double sum = 0.0, squares = 0.0;
-    for (int i = 0; i < 20000; ++i) {
-        const double value = noise.normal();
-        sum += value;
-        squares += value * value;
-    }
-    EXPECT_NEAR(sum / 20000, 0.0, 0.03);
-    EXPECT_NEAR(squares / 20000, 1.0, 0.04);
-}
-
 }  // namespace
 }  // namespace simulator
