@@ -1,6 +1,8 @@
 // The test database, the log, attachments, calibration and power, as the console tester meets them.
 #include "tests/simulator/device_fixture.h"
 
+#include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <functional>
 #include <numbers>
