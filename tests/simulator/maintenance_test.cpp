@@ -7,7 +7,8 @@
 #include <functional>
 #include <numbers>
 #include <numeric>
-#include <regex>
+#include <sstream>
+#include <string>
 #include <thread>
 
 namespace simulator {
@@ -135,6 +136,17 @@ TEST_F(Maintenance, TheFirstRecordsAreTheSameEveryTimeAndTakeNothingFromTheSeed)
     EXPECT_EQ(read("CT-7-S1")->label.ct_l, 1000);
 }
 
+// Each line of the log with @ in place of its time, such as 2026-01-31T12:00:00Z.
+std::string without_times(const std::string& log) {
+    std::istringstream lines(log);
+    std::string text;
+    for (std::string line; std::getline(lines, line);) {
+        if (line.size() > 21 && line[10] == 'T' && line[19] == 'Z') line.replace(0, 21, "@");
+        text.append(line).append("\n");
+    }
+    return text;
+}
+
 TEST_F(Maintenance, TheLogTellsWhatHappenedAndComesInChunks) {
     EXPECT_EQ(QVL_DeleteRecord("no such"), code::no_such_record);
     EXPECT_EQ(test("T", QVL_DB_NewRecord), QVL_Success);
@@ -142,13 +154,12 @@ TEST_F(Maintenance, TheLogTellsWhatHappenedAndComesInChunks) {
     EXPECT_EQ(QVL_SetDebugEnabled(true), code::timeout);
     restart();
     const std::string text = log();
-    EXPECT_EQ(std::regex_replace(text, std::regex("2[0-9-]{9}T[0-9:]{8}Z "), "@"),
-              "@INFO  Started\n"
-              "@ERROR QVL_DeleteRecord: NO_SUCH_RECORD\n"
-              "@INFO  Test stored under the ID T\n"
-              "@ERROR QVL_SetDebugEnabled: TIMEOUT: a fault of the description\n"
-              "@INFO  Shut down\n"
-              "@INFO  Started\n");
+    EXPECT_EQ(without_times(text), "@INFO  Started\n"
+                                   "@ERROR QVL_DeleteRecord: NO_SUCH_RECORD\n"
+                                   "@INFO  Test stored under the ID T\n"
+                                   "@ERROR QVL_SetDebugEnabled: TIMEOUT: a fault of the description\n"
+                                   "@INFO  Shut down\n"
+                                   "@INFO  Started\n");
 
     const auto size = static_cast<unsigned>(text.size());
     for (const auto& [chunk, expected_calls] : {
