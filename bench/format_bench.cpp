@@ -1,8 +1,8 @@
 // What writing results costs, against a plain C program's fprintf of the same bytes: one row of a range result file,
 // flushed as every finished row is, and the report of an automatic test in memory. The bytes are compared first, and
 // the ratios are printed last.
-#include "output/test_output.h"
-#include "runs/three_phase_row.h"
+#include "tester/report/formatter.h"
+#include "tester/runs/three_phase_row.h"
 #include "tests/sample_records.h"
 
 #include <benchmark/benchmark.h>

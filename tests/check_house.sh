@@ -4,8 +4,7 @@ set -u
 cd "${1:-$(dirname "$0")/..}" || exit 2
 status=0
 
-folders='api|output|console|runs|maintenance|simulator|tests|bench'
-ground='console/(globals|input|input_arg_parser|signal_handler|default_format)'
+folders='api|tester|simulator|tests|bench'
 
 complain() {  # what, lines
     [ -n "$2" ] || return 0
@@ -31,17 +30,21 @@ check_folder() {  # folder, allowed
 }
 
 check_folder api 'api/'
-check_folder output 'api/|output/'
-complain "the ground floor of console/ may include api/ and itself only:" \
-    "$(foreign_includes "api/|$ground\\." $(sources console | grep -E "^$ground\\."))"
-check_folder console 'api/|output/|console/|runs/|maintenance/'
-check_folder runs "api/|output/|runs/|$ground\\."
-check_folder maintenance "api/|output/|runs/|maintenance/|$ground\\."
+check_folder tester 'api/|tester/'
+for room in terminal report service runs maintenance; do
+    case $room in
+    service) below='tester/terminal/|' ;;
+    runs) below='tester/report/|tester/terminal/|' ;;
+    maintenance) below='tester/runs/|tester/report/|tester/terminal/|' ;;
+    *) below= ;;
+    esac
+    check_folder tester/$room "api/|${below}tester/$room/"
+done
 check_folder simulator 'api/|simulator/'
 
-program=$(for folder in api output console runs maintenance; do sources $folder; done)
+program=$(for folder in api tester; do sources $folder; done)
 [ -n "$program" ] || complain "no sources found in" "$PWD"
-complain "only console/input.cpp names standard input:" \
-    "$(grep -nHE '\<(cin|stdin|getchar|scanf|STDIN_FILENO)\>' $program | grep -vE '^console/input\.cpp:|^[^:]*:[0-9]+:[[:space:]]*//')"
+complain "only tester/terminal/input.cpp names standard input:" \
+    "$(grep -nHE '\<(cin|stdin|getchar|scanf|STDIN_FILENO)\>' $program | grep -vE '^tester/terminal/input\.cpp:|^[^:]*:[0-9]+:[[:space:]]*//')"
 
 exit $status

@@ -1,4 +1,4 @@
-#include "console/input.h"
+#include "tester/terminal/input.h"
 #include "tests/child.h"
 #include "tests/console.h"
 

@@ -1,5 +1,5 @@
-#include "console/globals.h"
-#include "console/main_menu.h"
+#include "tester/main_menu.h"
+#include "tester/terminal/globals.h"
 #include "tests/api_double.h"
 #include "tests/console.h"
 

@@ -1,5 +1,5 @@
-#include "console/globals.h"
-#include "runs/result_check.h"
+#include "tester/terminal/globals.h"
+#include "tester/terminal/result_check.h"
 #include "tests/api_double.h"
 #include "tests/child.h"
 #include "tests/console.h"

@@ -1,4 +1,4 @@
-#include "console/signal_handler.h"
+#include "tester/terminal/signal_handler.h"
 
 #include <csignal>
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "runs/transformer_entry.h"
+#include "tester/runs/transformer_entry.h"
 #include "tests/api_double.h"
 #include "tests/console.h"
 

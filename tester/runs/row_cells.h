@@ -1,0 +1,46 @@
+// Headings and cells of the range result files, from the tables that both kinds of rows are written from.
+#pragma once
+
+#include "tester/report/fields.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <iomanip>
+#include <ostream>
+#include <string>
+
+template <class Record, std::size_t Count>
+void add_headings(std::string& header, const Field<Record> (&columns)[Count]) {
+    for (const auto& column : columns) header.append(";").append(column.label);
+}
+
+template <std::size_t Count>
+void add_headings(std::string& header, const PhaseField (&columns)[Count]) {
+    for (const auto& column : columns) {
+        for (const char* label : {column.label_a, column.label_b, column.label_c}) header.append(";").append(label);
+    }
+}
+
+template <class Record, std::size_t Count>
+void add_cells(ResultWriter& row, const Record& record, const Field<Record> (&columns)[Count]) {
+    for (const auto& column : columns) (row << ';').write(record.*column.value, column.quantity);
+}
+
+template <std::size_t Count>
+void add_cells(ResultWriter& row, const QVL_TestData_3ph& test, const PhaseField (&columns)[Count]) {
+    for (const auto& column : columns) {
+        for (const auto phase : C_Phases) (row << ';').write(test.*phase.*column.value, column.quantity);
+    }
+}
+
+inline const char* direction_cell(QVL_TestMode mode) {
+    return mode == QVL_TestMode_VR_Up ? "UP" : "DOWN";
+}
+
+// Writes one row for each test of the record.
+template <class Data, class WriteRow>
+void write_rows(std::ostream& file, const QVL_Test_Record& record, const Data* const* tests, WriteRow write_row) {
+    file << std::fixed << std::setprecision(8);
+    ResultWriter row(file);
+    for (std::uint32_t i = 0; i < record.test_count; ++i) write_row(row, record.label.test_id, *tests[i]);
+}
