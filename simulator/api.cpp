@@ -1,10 +1,10 @@
 // The entry points of the device API.
 #include "api/qvl_api.h"
 
-#include "simulator/device.h"
-#include "simulator/environment.h"
-#include "simulator/operation.h"
-#include "simulator/result_codes.h"
+#include "simulator/device/device.h"
+#include "simulator/device/environment.h"
+#include "simulator/device/operation.h"
+#include "simulator/records/result_codes.h"
 
 #include <filesystem>
 #include <map>

@@ -41,6 +41,11 @@ for room in terminal report service runs maintenance; do
     check_folder tester/$room "api/|${below}tester/$room/"
 done
 check_folder simulator 'api/|simulator/'
+below=
+for room in records transformer store measuring description device; do
+    below="${below}simulator/$room/|"
+    check_folder simulator/$room "api/|${below%|}"
+done
 
 program=$(for folder in api tester; do sources $folder; done)
 [ -n "$program" ] || complain "no sources found in" "$PWD"

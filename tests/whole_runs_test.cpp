@@ -1,5 +1,5 @@
 // What only whole runs of the real program can show.
-#include "simulator/device_log.h"
+#include "simulator/device/device_log.h"
 #include "tests/console_process.h"
 #include "tests/temp_folder.h"
 

@@ -1,6 +1,6 @@
-#include "simulator/description.h"
+#include "simulator/description/description.h"
 
-#include "simulator/result_codes.h"
+#include "simulator/records/result_codes.h"
 
 #include <gtest/gtest.h>
 

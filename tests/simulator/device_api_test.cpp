@@ -1,5 +1,5 @@
 // The simulated instrument as the console tester meets it: through the device API.
-#include "simulator/store.h"
+#include "simulator/store/store.h"
 #include "tests/simulator/device_fixture.h"
 
 #include <sys/wait.h>

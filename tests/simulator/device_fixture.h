@@ -2,8 +2,8 @@
 #pragma once
 
 #include "api/qvl_api.h"
-#include "simulator/columns.h"
-#include "simulator/result_codes.h"
+#include "simulator/records/result_codes.h"
+#include "simulator/store/columns.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

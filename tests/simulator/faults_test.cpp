@@ -1,5 +1,5 @@
 // Faults of the instrument by name, seen through the device API.
-#include "simulator/operation_names.h"
+#include "simulator/description/operation_names.h"
 
 #include "tests/simulator/device_fixture.h"
 

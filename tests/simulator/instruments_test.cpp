@@ -1,5 +1,5 @@
 // The instruments that come with the program: each does what its first line says.
-#include "simulator/description.h"
+#include "simulator/description/description.h"
 
 #include "tests/simulator/device_fixture.h"
 

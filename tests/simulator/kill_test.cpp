@@ -1,5 +1,5 @@
 // A process that is killed while it stores tests.
-#include "simulator/store.h"
+#include "simulator/store/store.h"
 
 #include "tests/simulator/device_fixture.h"
 

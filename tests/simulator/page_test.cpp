@@ -1,8 +1,8 @@
 // docs/simulated-instrument.md says what the code says.
-#include "simulator/database.h"
-#include "simulator/description.h"
-#include "simulator/result_codes.h"
-#include "simulator/store.h"
+#include "simulator/description/description.h"
+#include "simulator/records/result_codes.h"
+#include "simulator/store/database.h"
+#include "simulator/store/store.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -92,7 +92,7 @@ PagesDescription read_page() {
 
 TEST(Page, HasEveryKeyWithItsDefault) {
     const PagesDescription page = read_page();
-    EXPECT_EQ(page.keys, all_matches(text_of("simulator/description.cpp"),
+    EXPECT_EQ(page.keys, all_matches(text_of("simulator/description/description.cpp"),
                                      "\\.read(_range|_choice|_seconds_since_1970)?\\([[:space:]]*\"([a-z_]+)\""));
     EXPECT_TRUE(parse_description(page.full, "full") == parse_description(page.required, "required")) << page.full;
 }
@@ -114,7 +114,7 @@ TEST(Page, HasEveryResultCode) {
 TEST(Page, HasEveryEnvironmentVariableTableAndInstrument) {
     const std::string page = text_of("docs/simulated-instrument.md");
     EXPECT_EQ(all_matches(page, "\\| `(ZERKO_[A-Z_]+)` \\|"),
-              all_matches(text_of("simulator/environment.cpp"), "variable\\(\"(ZERKO_[A-Z_]+)\"\\)"));
+              all_matches(text_of("simulator/device/environment.cpp"), "variable\\(\"(ZERKO_[A-Z_]+)\"\\)"));
 
     std::set<std::string> instruments;
     for (const auto& file : std::filesystem::directory_iterator(PROJECT_FOLDER "/simulator/instruments"))

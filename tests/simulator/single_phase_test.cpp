@@ -1,5 +1,5 @@
 // Single-phase tests: their ratios against the windings' own arithmetic, and what their records hold.
-#include "simulator/single_phase.h"
+#include "simulator/measuring/single_phase.h"
 
 #include "tests/simulator/device_fixture.h"
 #include "tests/simulator/transformer_bench.h"

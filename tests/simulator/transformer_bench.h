@@ -1,7 +1,7 @@
 // Measurements of a transformer on a perfect board without noise.
 #pragma once
 
-#include "simulator/measurement.h"
+#include "simulator/measuring/three_phase.h"
 
 #include <memory>
 

@@ -1,7 +1,7 @@
 // What the model gives for transformers whose answers a textbook gives as well.
-#include "simulator/channel.h"
-#include "simulator/description.h"
-#include "simulator/result_codes.h"
+#include "simulator/description/description.h"
+#include "simulator/measuring/channel.h"
+#include "simulator/records/result_codes.h"
 #include "tests/simulator/transformer_bench.h"
 
 #include <gmock/gmock.h>

@@ -1,0 +1,152 @@
+// The simulated instrument: joins its description, its bench, its store and the operations of the device API.
+#pragma once
+
+#include "api/qvl_maintenance.h"
+#include "api/qvl_parameters.h"
+#include "api/qvl_records.h"
+#include "simulator/description/description.h"
+#include "simulator/description/faults.h"
+#include "simulator/device/device_log.h"
+#include "simulator/device/environment.h"
+#include "simulator/device/operation.h"
+#include "simulator/measuring/calibration.h"
+#include "simulator/measuring/channel.h"
+#include "simulator/records/records.h"
+#include "simulator/records/result_codes.h"
+#include "simulator/store/store.h"
+#include "simulator/transformer/transformer.h"
+
+#include <array>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace simulator {
+
+// What QVL_Diagnose_SetVoltageDC is to apply, and where.
+struct DirectVoltage {
+    QVL_TestDirection direction;
+    QVL_PhaseMeasure measure_hi, measure_lo;
+    QVL_PhaseShort short_hi, short_lo;
+    QVL_PowerSupplyType power_supply;
+    double voltage;  // volts
+};
+
+// How long a test takes, and who hears of its progress.
+struct TestRun {
+    double seconds;
+    int steps;
+    const QVL_ProgressCallback* progress;
+};
+
+// All operations throw Failure.
+class Device {
+  public:
+    // Sets `faults`, which it does not own, to those of its description. Throws `bad_description`. A store that cannot
+    // be opened leaves the database not loaded.
+    Device(Environment environment, bool debug, Faults& faults);
+    ~Device();  // leaves no faults
+    Device(const Device&) = delete;
+    Device& operator=(const Device&) = delete;
+
+    // Tells how the operation is to answer when it has done its work. Fails when the device is off, or when its
+    // description has a fault for this call.
+    QVL_ResultCode begin_call(const std::string& operation);
+
+    // The device log: lines about what happened and what failed. They are lost without a store.
+    void log(const std::string& event);
+    void log(const std::string& operation, const Failure& failure);
+
+    // Reads the description again when its file has changed.
+    void refresh();
+
+    // Status, settings and files: device.cpp
+    QVL_Status status() const;
+    void fill(QVL_DeviceInfo& info);
+    void set_settings(const QVL_Settings& settings);
+    void set_debug(bool enabled);
+    // The next chunk of the log; tells how many bytes it is and whether more follow.
+    std::size_t read_log(bool first, char* buffer, std::size_t size, bool& more);
+
+    // Tests: device_tests.cpp. `test_id` may be null or empty: the record is then named by date and time.
+    std::unique_ptr<OwnedRecord> test_three_phase(const char* test_id, const QVL_Parameters_3ph& parameters,
+                                                  QVL_DBAction action, const QVL_ProgressCallback* progress);
+    std::unique_ptr<OwnedRecord> test_single_phase(const char* test_id, const QVL_Parameters_1ph& parameters,
+                                                   QVL_DBAction action, const QVL_ProgressCallback* progress);
+
+    // Test database: device_database.cpp
+    bool record_exists(const std::string& test_id);
+    std::vector<std::unique_ptr<OwnedRecord>> list_records(QVL_OrderField field, bool ascending);
+    std::unique_ptr<OwnedRecord> read_record(const std::string& test_id, bool full);
+    void delete_record(const std::string& test_id);
+    void clear_database();
+    void add_attachment(const std::string& test_id, const std::string& path, const std::string& name,
+                        const QVL_ProgressCallback* progress);
+    std::size_t begin_read_attachment(const std::string& test_id, const std::string& name);  // its size
+    std::size_t end_read_attachment(char* buffer, std::size_t size);                         // bytes read
+    void delete_attachment(const std::string& test_id, const std::string& name);
+
+    // Maintenance: device_maintenance.cpp
+    void calibrate_zero(const QVL_ProgressCallback* progress);
+    std::array<double, 3> begin_voltage_calibration(double line_voltage, int milliseconds,
+                                                    const QVL_ProgressCallback* progress);
+    void end_voltage_calibration(const std::array<double, 3>& external, const QVL_ProgressCallback* progress);
+    void calibrate_high_current(double voltage, const std::array<double, 3>& resistors,
+                                const QVL_ProgressCallback* progress);
+    const QVL_CalibrationData& calibration() const { return memory_.calibration; }
+    void apply_direct_voltage(const DirectVoltage& wanted);
+    void elevate_privileges(const std::string& access_code);
+    void factory_reset(const QVL_MeasurementBoardInfo& identity, const QVL_ProgressCallback* progress);
+    void move_tap_changer(QVL_TCDirection direction);
+    void reboot();
+    void power_off();
+
+  private:
+    static constexpr const char* tap_setting = "tap";  // in the store
+
+    void use(Description description);
+    void remember_board();
+    void turn_transformer_to(int tap);
+    int stored_tap();
+    void require_board() const;
+    Store& store();
+    Store& loaded_database();
+    Store& writable_database();
+    void require_storable(const std::string& test_id, QVL_DBAction action);
+    std::string test_id_for(const char* given, QVL_DBAction action);
+    QVL_Settings settings();
+    void write_log(const std::string& line);
+    Seconds lasting(double seconds) const;
+    void wait(double seconds, int steps, const QVL_ProgressCallback* progress);
+    // Each reading is the mean of `averaged` ones.
+    Channel channel(MeasuringPath path, double averaged = 1.0);
+    Bench bench(MeasuringPath path, double averaged = 1.0);
+    std::unique_ptr<OwnedRecord> run_test(const std::string& test_id, QVL_DBAction action, const TestRun& run,
+                                          const std::function<void(OwnedRecord&)>& measure);
+    void store_board(const BoardMemory& memory);
+    void store_calibration(const QVL_CalibrationData& calibration);
+    void switch_off(const std::string& event, const char* message);
+
+    Environment environment_;
+    std::optional<std::filesystem::file_time_type> description_time_;
+    Description description_;
+    Faults& faults_;
+    std::unique_ptr<Transformer> transformer_;
+    int tap_ = 0;
+    Coefficients board_;
+    BoardMemory memory_;       // of that board
+    Coefficients correction_;  // of the path that is in use
+    Noise noise_{0};
+    std::unique_ptr<Store> store_;
+    ChunkedFile log_file_;
+    std::optional<std::string> open_attachment_;
+    std::optional<std::array<double, 3>> voltage_calibration_;  // volts, the own readings of one that was begun
+    bool debug_;
+    bool privileged_ = false;
+    bool off_ = false;
+};
+
+}  // namespace simulator

@@ -1,0 +1,97 @@
+// The instrument's measuring channel: gain ranges, the board's own errors, their correction, and noise.
+#pragma once
+
+#include "simulator/transformer/transformer.h"
+
+#include <array>
+#include <cmath>
+#include <cstdint>
+#include <random>
+
+namespace simulator {
+
+// Noise from a seed: the same numbers on every processor.
+class Noise {
+  public:
+    explicit Noise(std::uint64_t seed) : engine_(seed) {}
+
+    double uniform();     // from -1 to 1
+    double normal();      // mean 0, standard deviation 1, within 6
+    Complex of_phasor();  // both parts normal
+
+  private:
+    double unit();  // from 0 to 1
+
+    std::mt19937_64 engine_;
+};
+
+template <std::size_t Rows, std::size_t Columns>
+using Table = std::array<std::array<double, Columns>, Rows>;
+
+// Coefficients of the stages that a signal passes, by phase and range. The initial values are a perfect board's.
+struct Coefficients {
+    Coefficients();
+
+    Table<3, 4> shift_high{};  // volts behind the high-side divider, by phase and PGA 1 gain
+    Table<3, 4> shift_low{};   // volts behind the low-side divider, by phase and PGA 2 gain
+    Table<8, 3> divider_high;  // by divider range and phase
+    Table<8, 3> divider_low;
+    Table<4, 3> gain_high;                // by PGA 1 gain and phase
+    std::array<Table<4, 3>, 3> gain_low;  // by phase, PGA 2 gain and PGA 3 gain
+    std::array<double, 3> current;        // by phase
+    Table<3, 4> zero_rms{};               // volts behind a divider that an rms reading takes up, by phase and gain
+    std::array<double, 3> rms;            // of an rms reading of the high side, by phase
+};
+
+struct ChannelData {
+    double noise = 10e-6;         // standard deviation of a voltage reading, of the reading
+    double noise_floor = 0.5e-6;  // volts, standard deviation at the most sensitive range
+    double offset = 0.4e-3;       // volts, largest offset behind a divider
+    double gain_error = 2e-3;     // largest deviation of a stage's gain
+
+    bool operator==(const ChannelData&) const = default;
+};
+
+// What an uncorrected board does to its signals, drawn from a seed.
+Coefficients board_coefficients(const ChannelData& data, std::uint64_t seed);
+
+// What one input reads.
+struct Reading {
+    Complex value;         // volts or amperes, the fundamental
+    double rms = 0.0;      // the whole signal
+    double divider = 1.0;  // by how much the input is divided
+    double gain = 1.0;     // of the first amplifier
+    double gain_2 = 1.0;   // of the second amplifier, on the low side
+};
+
+// What an input reads of the board alone while its leads are shorted, in volts behind the divider.
+struct ZeroReading {
+    double high, low, rms;
+};
+
+class Channel {
+  public:
+    // `correction` holds what calibration knows about the board. Each reading is the mean of `averaged` ones.
+    Channel(const ChannelData& data, const Coefficients& board, const Coefficients& correction, Noise& noise,
+            double averaged = 1.0)
+        : data_(data), board_(board), correction_(correction), noise_(noise), noise_scale_(1.0 / std::sqrt(averaged)) {}
+
+    // Each takes the true value at the input of that phase, 0 to 2, and chooses the range by its size.
+    Reading high_voltage(int phase, Complex volts);
+    Reading low_voltage(int phase, Complex volts);
+    Reading current(int phase, Complex amperes);
+
+    // Uncorrected, at one of the four gains.
+    ZeroReading zero(std::size_t phase, std::size_t gain);
+
+  private:
+    Complex noisy(Complex value, double divider);
+
+    const ChannelData& data_;
+    const Coefficients& board_;
+    const Coefficients& correction_;
+    Noise& noise_;
+    double noise_scale_;
+};
+
+}  // namespace simulator

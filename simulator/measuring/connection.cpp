@@ -1,0 +1,58 @@
+#include "simulator/measuring/connection.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace simulator {
+namespace {
+
+// In the order of QVL_PhaseMeasure, from 1 on.
+constexpr TerminalPair measured_pairs[] = {
+    {0, 1      },
+    {1, 2      },
+    {0, 2      },
+    {0, neutral},
+    {1, neutral},
+    {2, neutral}
+};
+// In the order of QVL_PhaseShort, from 1 on: phase 1 lies between terminals 1 and 2.
+constexpr TerminalPair shorted_pairs[] = {
+    {0, 1},
+    {1, 2},
+    {0, 2}
+};
+
+bool is_in(int terminal, const std::optional<TerminalPair>& pair) {
+    return pair && (pair->from == terminal || pair->to == terminal);
+}
+
+std::string shorted_name(Side side, const TerminalPair& shorted) {
+    return name_of(side, shorted.from) + "+" + name_of(side, shorted.to);
+}
+
+std::string name_of(Side side, int terminal, const std::optional<TerminalPair>& shorted) {
+    if (!is_in(terminal, shorted)) return name_of(side, terminal);
+    return std::string("(").append(shorted_name(side, *shorted)).append(")");
+}
+
+}  // namespace
+
+std::optional<Connection> connection_of(QVL_PhaseMeasure measure, QVL_PhaseShort shorted) {
+    if (measure < QVL_Measure_1_2 || measure > QVL_Measure_3_0) return std::nullopt;
+    if (shorted < QVL_Short_None || shorted > QVL_Short_3) return std::nullopt;
+    Connection connection{measured_pairs[measure - 1], std::nullopt};
+    if (shorted != QVL_Short_None) connection.shorted = shorted_pairs[shorted - 1];
+    auto& [from, to] = connection.pair;
+    if (is_in(from, connection.shorted) && is_in(to, connection.shorted)) return std::nullopt;
+    if (is_in(from, connection.shorted) && to != neutral) std::swap(from, to);
+    return connection;
+}
+
+std::string name_of(Side side, const Connection& connection) {
+    const auto& [pair, shorted] = connection;
+    const std::string name = name_of(side, pair.from, shorted) + "-" + name_of(side, pair.to, shorted);
+    const bool apart = shorted && !is_in(pair.from, shorted) && !is_in(pair.to, shorted);
+    return apart ? name + " " + shorted_name(side, *shorted) : name;
+}
+
+}  // namespace simulator

@@ -1,0 +1,23 @@
+// How the leads of one side are connected in a single-phase test.
+#pragma once
+
+#include "simulator/transformer/winding_pairs.h"
+
+#include <optional>
+#include <string>
+
+namespace simulator {
+
+struct Connection {
+    TerminalPair pair;                    // that is excited or read
+    std::optional<TerminalPair> shorted;  // two line terminals
+};
+
+// A terminal that stands against two shorted ones comes first, whichever way the pair is counted: H3-(H1+H2).
+// Nothing when a value is outside its list, or when the pair itself is shorted.
+std::optional<Connection> connection_of(QVL_PhaseMeasure measure, QVL_PhaseShort shorted);
+
+// H1-H2, X3-(X1+X2), or H1-H0 H2+H3 where the short lies apart from the pair.
+std::string name_of(Side side, const Connection& connection);
+
+}  // namespace simulator

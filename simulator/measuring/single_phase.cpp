@@ -1,0 +1,108 @@
+#include "simulator/measuring/single_phase.h"
+
+#include "simulator/measuring/raw_data.h"
+#include "simulator/measuring/record_values.h"
+#include "simulator/records/result_codes.h"
+
+#include <algorithm>
+#include <cmath>
+#include <numbers>
+
+namespace simulator {
+namespace {
+
+struct Leads {
+    Connection high, low;
+};
+
+Leads leads_of(const QVL_Parameters_1ph& parameters) {
+    const auto high = connection_of(parameters.measure_hi, parameters.short_hi);
+    const auto low = connection_of(parameters.measure_lo, parameters.short_lo);
+    if (!high || !low) throw Failure(code::bad_parameter);
+    return {*high, *low};
+}
+
+bool is_there(const Connection& connection, QVL_WindingType winding) {
+    return connection.pair.to != neutral || has_neutral(winding);
+}
+
+// A lead on a terminal that the transformer does not have measures nothing.
+void require_terminals(const Leads& leads, const VectorGroup& group) {
+    if (!is_there(leads.high, group.high) || !is_there(leads.low, group.low)) throw Failure(code::signal_too_small);
+}
+
+Excitation step_down(const QVL_Parameters_1ph& parameters) {
+    return {Side::high, parameters.voltage, parameters.frequency};
+}
+
+// A current transformer is excited where it has most turns, and its ratio read as that of the voltages.
+Excitation excitation_for(Bench& bench, const QVL_Parameters_1ph& parameters, const Leads& leads) {
+    if (parameters.test_mode == QVL_TestMode_VR_Up) return {Side::low, parameters.voltage, parameters.frequency};
+    if (parameters.test_mode != QVL_TestMode_VR_Auto) return step_down(parameters);
+    const PhaseReadings down = read_single_phase(bench, step_down(parameters), leads.high, leads.low);
+    if (std::abs(down.low.value) >= well_measured_low) return step_down(parameters);
+    return {Side::low, std::min(parameters.voltage, bench.limits.step_up_voltage), parameters.frequency};
+}
+
+bool is_reversed(const PhaseReadings& readings) {
+    return (readings.high.value * std::conj(readings.low.value)).real() < 0.0;
+}
+
+QVL_TestMode mode_of(const QVL_Parameters_1ph& parameters, const Excitation& excitation) {
+    if (parameters.test_mode == QVL_TestMode_CT) return QVL_TestMode_CT;
+    return excitation.side == Side::high ? QVL_TestMode_VR_Down : QVL_TestMode_VR_Up;
+}
+
+void name_pair(const Leads& leads, OwnedRecord& record, QVL_TestData_Phase& phase) {
+    const std::string high = name_of(Side::high, leads.high), low = name_of(Side::low, leads.low);
+    phase.name = record.keep(high + "/" + low);
+    phase.hi_name = phase.mag_name_down = record.keep(high);
+    phase.lo_name = phase.mag_name_up = record.keep(low);
+}
+
+}  // namespace
+
+void check(const QVL_Parameters_1ph& parameters, const Limits& limits) {
+    constexpr QVL_TestMode modes[] = {QVL_TestMode_VR_Down, QVL_TestMode_VR_Up, QVL_TestMode_VR_Auto, QVL_TestMode_CT};
+    if (parameters.test_type != QVL_TestType_1ph || std::ranges::find(modes, parameters.test_mode) == std::end(modes) ||
+        !std::isfinite(parameters.nameplate_ratio))
+        throw Failure(code::bad_parameter);
+    leads_of(parameters);
+    check_excitation(parameters.voltage, parameters.frequency, limits);
+}
+
+void measure_single_phase(Bench& bench, const QVL_Parameters_1ph& parameters, OwnedRecord& record) {
+    const Leads leads = leads_of(parameters);
+    require_terminals(leads, bench.transformer.group());
+    const Excitation excitation = excitation_for(bench, parameters, leads);
+    const PhaseReadings readings = read_single_phase(bench, excitation, leads.high, leads.low);
+
+    QVL_TestData_1ph& data = record.new_data_1ph();
+    data.test_mode = mode_of(parameters, excitation);
+    data.frequency = excitation.frequency;
+    data.voltage = excitation.voltage;
+    data.nameplate_ratio = parameters.nameplate_ratio;
+    name_pair(leads, record, data.phase);
+    const double polarity = is_reversed(readings) ? std::numbers::pi : 0.0;
+    report_phase(bench, readings, {leads.high.pair, leads.low.pair, 0, 0}, {polarity, polarity}, data.nameplate_ratio,
+                 data.phase);
+    if (data.phase.result != QVL_Success) throw Failure(data.phase.result);
+    record.add_test(data);
+    if (parameters.raw_data) {
+        const RawPhase phase{readings.high.value, readings.low.value, readings.current.value};
+        record.set_raw_data(raw_data_text({&phase, 1}, {data.test_mode, data.voltage, data.frequency}));
+    }
+
+    QVL_TestLabel& label = record.label();
+    label.test_type = QVL_TestType_1ph;
+    label.testing_mode = parameters.test_mode;
+    label.winding_hi = label.winding_lo = QVL_Winding_1Ph;
+    label.phasing = QVL_PhasingType{is_reversed(readings) ? 6 : 0};
+    label.max_ratio_error = std::abs(data.phase.Ratio_Error);
+    if (parameters.test_mode == QVL_TestMode_CT) {
+        label.tap_hi = bench.tap;
+        label.ct_l = static_cast<std::int32_t>(std::lround(data.phase.Ratio * bench.rated_secondary_current));
+    }
+}
+
+}  // namespace simulator
