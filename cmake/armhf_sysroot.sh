@@ -1,13 +1,15 @@
 #!/bin/sh
 # Makes a sysroot with what a build for the instrument needs besides the cross compiler: armhf_sysroot.sh <folder>
 # ARM packages are downloaded from the mirror that apt uses anyway and only unpacked; apt gets lists of its own for
-# that, so the machine's sources and architectures stay as they are. A folder that is there already is left alone.
+# that, so the machine's sources and architectures stay as they are. A folder that was made of these packages already
+# is left alone.
 set -eu
 sysroot=$1
-[ ! -d "$sysroot" ] || exit 0
 
-arm_packages="libsqlite3-0 libsqlite3-dev libtomlplusplus-dev libnss-wrapper"
+arm_packages="libsqlite3-0 libsqlite3-dev libsqlitecpp-dev libtomlplusplus-dev libnss-wrapper"
 header_packages="libplog-dev libeigen3-dev"  # the same for all processors, so the installed ones do
+made_of="$arm_packages $header_packages"
+[ "$(cat "$sysroot/made-of" 2>/dev/null)" != "$made_of" ] || exit 0
 
 mkdir -p "$(dirname "$sysroot")"
 work=$(mktemp -d "$sysroot.XXXXXX")
@@ -33,5 +35,7 @@ dpkg -L $header_packages | grep -E '^/usr/(include|lib|share)/' | while read -r 
     [ -d "$path" ] || install -D -m 644 "$path" "$work/new$path"
 done
 
+echo "$made_of" >"$work/new/made-of"
 chmod 755 "$work/new"
+rm -rf "$sysroot"
 mv "$work/new" "$sysroot"

@@ -10,8 +10,8 @@
 // A new empty folder that goes away with everything in it.
 class TempFolder {
   public:
-    TempFolder() {
-        std::string name = (std::filesystem::temp_directory_path() / "zerko-test-XXXXXX").string();
+    explicit TempFolder(const std::filesystem::path& where = std::filesystem::temp_directory_path()) {
+        std::string name = (where / "zerko-test-XXXXXX").string();
         if (!mkdtemp(name.data())) throw std::runtime_error("cannot create " + name);
         path_ = name;
     }

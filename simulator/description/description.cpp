@@ -3,8 +3,11 @@
 #include "simulator/description/operation_names.h"
 #include "simulator/description/table_reader.h"
 #include "simulator/records/result_codes.h"
+#include "simulator/transformer/coils.h"
 
 #include <algorithm>
+#include <cctype>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 
@@ -14,12 +17,24 @@ namespace {
 constexpr std::size_t longest_device_text = 20;
 constexpr std::size_t longest_label_text = 23;
 
+bool may_be_in_file_name(std::string_view text) {
+    const auto harmless = [](unsigned char letter) {
+        return std::isalnum(letter) != 0 || letter == '.' || letter == '-' || letter == '_' || letter == ' ';
+    };
+    return !text.starts_with('.') && std::ranges::all_of(text, harmless);
+}
+
 void read_instrument(TableReader& table, InstrumentData& instrument) {
     table.read("serial_number", instrument.serial_number, longest_device_text);
     table.read("hardware_version", instrument.hardware_version, longest_device_text);
     table.read("software_version", instrument.software_version, longest_device_text);
+    if (!may_be_in_file_name(instrument.software_version))
+        table.refuse("software_version", "is part of file names: letters, digits, dots, dashes and underscores, not "
+                                         "beginning with a dot");
     table.read("atmega_version", instrument.atmega_version, longest_device_text);
     table.read("model", instrument.model, {0, 99});
+    if (instrument.model % 10 != 0 || instrument.model < 10 || instrument.model > 50)
+        table.refuse("model", "must be 10, 20, 30, 40 or 50");
     table.read("step_up_voltage", instrument.step_up_voltage, {0.0, 1000.0});
     table.read("step_down_voltage", instrument.step_down_voltage, {0.0, 1000.0});
     table.read("auto_voltage", instrument.auto_voltage, {0.0, 1000.0});
@@ -40,6 +55,11 @@ void read_limits(TableReader& table, Limits& limits) {
     table.read_range("voltage", limits.voltage_min, limits.voltage_max, {0.0, 1000.0});
     table.read_range("frequency", limits.frequency_min, limits.frequency_max, {1.0, 10000.0});
     table.read("induced_voltage", limits.induced_voltage, {1.0, 1e6});
+}
+
+void read_source(TableReader& table, SourceData& source) {
+    table.read("resistance", source.resistance, {0.0, 100.0});
+    table.read("current_limit", source.current_limit, {0.01, 7.0});
 }
 
 void read_durations(TableReader& table, Durations& durations) {
@@ -102,6 +122,7 @@ void read_transformer(TableReader& table, TransformerData& transformer) {
     table.read("leakage_inductance_low", transformer.leakage_inductance[1], {0.0, 1e3});
     table.read("core_loss_resistance", transformer.core_loss_resistance, {1e-3, 1e12});
     table.read("magnetizing_inductance", transformer.magnetizing_inductance, {1e-6, 1e9});
+    table.read("initial_permeability", transformer.initial_permeability, {0.01, 1.0});
     table.read("knee_volts_per_hertz", transformer.knee_volts_per_hertz, {1e-3, 1e6});
     table.read("saturation_exponent", transformer.saturation_exponent, {2, 20});
     if (transformer.saturation_exponent % 2 != 0) table.refuse("saturation_exponent", "must be even");
@@ -123,7 +144,7 @@ void read_transformer(TableReader& table, TransformerData& transformer) {
     table.table("reversed_winding",
                 [&](TableReader& fault) { read_winding_fault(fault, transformer.reversed_winding.emplace()); });
     try {
-        Transformer wound(transformer);
+        wind(transformer);
     } catch (const std::invalid_argument& error) {
         table.refuse("vector_group", std::string("is impossible: ") + error.what());
     }
@@ -154,6 +175,7 @@ Description read_document(const toml::table& document, const std::string& file) 
     reader.read("seed", description.seed);
     reader.table("instrument", [&](TableReader& table) { read_instrument(table, description.instrument); });
     reader.table("limits", [&](TableReader& table) { read_limits(table, description.limits); });
+    reader.table("source", [&](TableReader& table) { read_source(table, description.source); });
     reader.table("durations", [&](TableReader& table) { read_durations(table, description.durations); });
     reader.table("channel", [&](TableReader& table) { read_channel(table, description.channel); });
     reader.table("transformer", [&](TableReader& table) { read_transformer(table, description.transformer); });
@@ -175,6 +197,12 @@ Description parse_description(std::string_view text, const std::string& file) {
 }
 
 Description read_description(const std::string& path) {
+    constexpr std::uintmax_t largest = 1 << 20;
+    std::error_code error;
+    const auto status = std::filesystem::status(path, error);
+    if (exists(status) && !is_regular_file(status)) throw DescriptionError(path + ": this is not a regular file");
+    if (std::filesystem::file_size(path, error) > largest && !error)
+        throw DescriptionError(path + ": a description has 1 MiB at most");
     std::ifstream file(path, std::ios::binary);
     const std::string text(std::istreambuf_iterator<char>(file), {});
     if (!file.is_open() || file.bad()) throw DescriptionError(path + ": the file cannot be read");

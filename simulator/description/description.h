@@ -4,9 +4,7 @@
 
 #include "api/qvl_service.h"
 #include "simulator/description/faults.h"
-#include "simulator/measuring/channel.h"
-#include "simulator/measuring/three_phase.h"
-#include "simulator/transformer/transformer.h"
+#include "simulator/measuring/bench.h"
 
 #include <cstdint>
 #include <stdexcept>
@@ -63,6 +61,7 @@ struct Description {
     std::uint64_t seed = 1;
     InstrumentData instrument;
     Limits limits;
+    SourceData source;
     Durations durations;
     ChannelData channel;
     TransformerData transformer;

@@ -3,6 +3,7 @@
 #include "simulator/description/description.h"
 
 #include <algorithm>
+#include <cctype>
 #include <charconv>
 #include <chrono>
 #include <cmath>
@@ -51,6 +52,12 @@ std::size_t edit_distance(std::string_view a, std::string_view b) {
         }
     }
     return row.back();
+}
+
+std::string folded_case(std::string_view text) {
+    std::string folded(text);
+    for (char& letter : folded) letter = static_cast<char>(std::tolower(static_cast<unsigned char>(letter)));
+    return folded;
 }
 
 }  // namespace
@@ -125,7 +132,13 @@ void TableReader::read(const char* key, QVL_ResultCode& code) {
         return;
     }
     const auto number = integer_in(*node, {0.0, 9999.0});
-    if (!number) refuse(key, "must be the name of a result code or an integer from 0 to 9999");
+    if (!number) {
+        std::string reason = "must be the name of a result code or an integer from 0 to 9999";
+        const auto meant =
+            node->is_string() ? did_you_mean(*node->value<std::string_view>(), result_code_names()) : std::nullopt;
+        if (meant) reason += "; did you mean " + *meant + "?";
+        refuse(key, reason);
+    }
     code = QVL_ResultCode{*number};
 }
 
@@ -158,6 +171,7 @@ void TableReader::read_range(const char* key, int& low, int& high, Range allowed
     read_range(key, first, last, allowed);
     low = static_cast<int>(std::ceil(first));
     high = static_cast<int>(std::floor(last));
+    if (low > high) refuse(key, "must have an integer between them");
 }
 
 void TableReader::read(const char* key, const std::function<bool(std::string_view)>& accept, const char* what) {
@@ -227,11 +241,16 @@ void TableReader::refuse_at(const toml::source_region& where, const std::string&
 }
 
 std::optional<std::string> did_you_mean(std::string_view word, const std::vector<std::string>& candidates) {
-    const auto closest = std::ranges::min_element(
-        candidates, {}, [word](const std::string& candidate) { return edit_distance(word, candidate); });
-    if (closest == candidates.end() || edit_distance(word, *closest) > std::max<std::size_t>(2, word.size() / 3))
-        return std::nullopt;
-    return *closest;
+    const std::string meant = folded_case(word);
+    const auto distance = [&](const std::string& candidate) { return edit_distance(meant, folded_case(candidate)); };
+    const auto closest = std::ranges::min_element(candidates, {}, distance);
+    if (closest != candidates.end() && distance(*closest) <= std::max<std::size_t>(2, word.size() / 3)) return *closest;
+    constexpr std::size_t telling = 4;  // letters of a name that is given in part
+    const auto holds = [&](const std::string& candidate) {
+        return folded_case(candidate).find(meant) != std::string::npos;
+    };
+    const auto partly = word.size() < telling ? candidates.end() : std::ranges::find_if(candidates, holds);
+    return partly == candidates.end() ? std::nullopt : std::optional(*partly);
 }
 
 }  // namespace simulator

@@ -54,16 +54,22 @@ Description described(const Environment& environment) {
     return read_description(environment.instrument);
 }
 
+void report_state(const std::string& reason) {
+    std::cerr << "The state folder of the simulated instrument cannot be used: " << reason
+              << ". The test database is not loaded.\n";
+}
+
 std::unique_ptr<Store> open_store(const std::string& folder) {
     try {
         auto store = std::make_unique<Store>(folder);
         store->store_first(first_records);
         return store;
     } catch (const Failure& failure) {
-        std::cerr << "The state folder of the simulated instrument cannot be used: " << failure.what()
-                  << ". The test database is not loaded.\n";
-        return nullptr;
+        report_state(failure.what());
+    } catch (const DatabaseError& error) {
+        report_state(database_path(folder) + ": " + error.what());
     }
+    return nullptr;
 }
 
 // What the board's memory is kept under: another seed or other tolerances are another board.
@@ -96,8 +102,22 @@ void Device::use(Description description) {
     if (description.seed != description_.seed) noise_ = Noise(description.seed);
     description_ = std::move(description);
     faults_.set(description_.faults);
+    try {
+        read_state();
+    } catch (const DatabaseError& error) {
+        unload_database(error.what());
+        read_state();
+    }
+}
+
+void Device::read_state() {
     turn_transformer_to(stored_tap());
     remember_board();
+}
+
+void Device::unload_database(const std::string& reason) {
+    report_state(database_path(environment_.state_folder) + ": " + reason);
+    store_.reset();
 }
 
 // A board that was never calibrated by hand is as the description says.
@@ -116,9 +136,12 @@ void Device::remember_board() {
     memory_.calibrated = instrument.calibration_date;
 }
 
-void Device::store_board(const BoardMemory& memory) {
-    store().set_board(name_of_board(description_), memory);
-    memory_ = memory;
+// Changes what is stored now: another console may have changed it since this one read it.
+void Device::change_board(const std::function<void(BoardMemory&)>& change) {
+    memory_ = store().change_board(name_of_board(description_), memory_, [&](BoardMemory& memory) {
+        memory_ = memory;
+        change(memory);
+    });
 }
 
 void Device::turn_transformer_to(int tap) {
@@ -133,21 +156,25 @@ int Device::stored_tap() {
     return static_cast<int>(std::clamp<std::int64_t>(stored, taps.lowest, taps.highest));
 }
 
+void Device::require_on() const {
+    if (off_) throw Failure(code::connection_lost);
+}
+
 QVL_ResultCode Device::begin_call(const std::string& operation) {
-    if (off_ && operation != "QVL_Lib_Shutdown") throw Failure(code::connection_lost);
+    if (store_) store_->begin_operation();
     const QVL_ResultCode code = faults_.count_call(operation);
     if (!is_success(code)) throw Failure(code, fault_remark);
-    if (code != QVL_Success) log(operation + ": " + name_of(code) + ": " + fault_remark);
+    if (code != QVL_Success) log_event(operation + ": " + code_name(code) + ": " + fault_remark);
     return code;
 }
 
-void Device::log(const std::string& event) {
+void Device::log_event(const std::string& event) {
     write_log("INFO  " + event);
 }
 
-void Device::log(const std::string& operation, const Failure& failure) {
-    std::string line = "ERROR " + operation + ": " + name_of(failure.code());
-    if (std::string_view(failure.what()) != name_of(failure.code())) line.append(": ").append(failure.what());
+void Device::log_failure(const std::string& operation, const Failure& failure) {
+    std::string line = "ERROR " + operation + ": " + code_name(failure.code());
+    if (std::string_view(failure.what()) != code_name(failure.code())) line.append(": ").append(failure.what());
     write_log(line);
 }
 
@@ -155,8 +182,8 @@ void Device::log(const std::string& operation, const Failure& failure) {
 void Device::write_log(const std::string& line) {
     if (!store_) return;
     try {
-        store_->log(line);
-    } catch (const Failure&) {
+        store_->add_log_line(line);
+    } catch (const DatabaseError&) {
     }
 }
 
@@ -165,14 +192,23 @@ Seconds Device::lasting(double seconds) const {
 }
 
 void Device::wait(double seconds, int steps, const QVL_ProgressCallback* progress) {
-    Operation(lasting(seconds), steps, progress).run();
+    Operation operation(lasting(seconds), steps, progress);
+    operation.wait_out();
+    operation.throw_if_cancelled();
 }
 
 void Device::refresh() {
+    raw_table_.begin();
+    try {
+        remember_board();  // another console may have calibrated it
+    } catch (const DatabaseError&) {
+        // What was read before serves.
+    }
     if (environment_.instrument.empty()) return;
     const auto time = time_of(environment_.instrument);
     if (time == description_time_) return;
     description_time_ = time;
+    if (store_) store_->begin_operation();
     try {
         use(described(environment_));
     } catch (const DescriptionError& error) {
@@ -241,7 +277,7 @@ Store& Device::store() {
 std::size_t Device::read_log(bool first, char* buffer, std::size_t size, bool& more) {
     if (first) {
         const auto earlier = static_cast<std::size_t>(description_.instrument.log_size);
-        log_file_.open(log_of_earlier_use(earlier) + store().log());
+        log_file_.open(log_of_earlier_use(earlier) + store().log_text());
     }
     const std::size_t count = log_file_.read(buffer, size);
     more = log_file_.more();

@@ -11,6 +11,7 @@
 #include "simulator/device/operation.h"
 #include "simulator/measuring/calibration.h"
 #include "simulator/measuring/channel.h"
+#include "simulator/measuring/raw_data.h"
 #include "simulator/records/records.h"
 #include "simulator/records/result_codes.h"
 #include "simulator/store/store.h"
@@ -36,13 +37,13 @@ struct DirectVoltage {
 };
 
 // How long a test takes, and who hears of its progress.
-struct TestRun {
+struct TestPace {
     double seconds;
     int steps;
     const QVL_ProgressCallback* progress;
 };
 
-// All operations throw Failure.
+// Every operation throws Failure, and those that touch the store DatabaseError.
 class Device {
   public:
     // Sets `faults`, which it does not own, to those of its description. Throws `bad_description`. A store that cannot
@@ -52,15 +53,22 @@ class Device {
     Device(const Device&) = delete;
     Device& operator=(const Device&) = delete;
 
-    // Tells how the operation is to answer when it has done its work. Fails when the device is off, or when its
-    // description has a fault for this call.
+    // Throws `connection_lost` when it was switched off.
+    void require_on() const;
+
+    // Tells how the operation is to answer when it has done its work. Throws the code of a fault that its description
+    // has for this call.
     QVL_ResultCode begin_call(const std::string& operation);
 
     // The device log: lines about what happened and what failed. They are lost without a store.
-    void log(const std::string& event);
-    void log(const std::string& operation, const Failure& failure);
+    void log_event(const std::string& event);
+    void log_failure(const std::string& operation, const Failure& failure);
 
-    // Reads the description again when its file has changed.
+    // Reports what makes the database unusable on standard error. It is not loaded from then on.
+    void unload_database(const std::string& reason);
+
+    // Before the status is told, as the main menu does between two runs: reads the description again when its file has
+    // changed, and begins a new table of RAW data.
     void refresh();
 
     // Status, settings and files: device.cpp
@@ -71,7 +79,7 @@ class Device {
     // The next chunk of the log; tells how many bytes it is and whether more follow.
     std::size_t read_log(bool first, char* buffer, std::size_t size, bool& more);
 
-    // Tests: device_tests.cpp. `test_id` may be null or empty: the record is then named by date and time.
+    // Tests: device_measuring.cpp. `test_id` may be null or empty: the record is then named by date and time.
     std::unique_ptr<OwnedRecord> test_three_phase(const char* test_id, const QVL_Parameters_3ph& parameters,
                                                   QVL_DBAction action, const QVL_ProgressCallback* progress);
     std::unique_ptr<OwnedRecord> test_single_phase(const char* test_id, const QVL_Parameters_1ph& parameters,
@@ -79,7 +87,7 @@ class Device {
 
     // Test database: device_database.cpp
     bool record_exists(const std::string& test_id);
-    std::vector<std::unique_ptr<OwnedRecord>> list_records(QVL_OrderField field, bool ascending);
+    LabelList list_records(QVL_OrderField field, bool ascending);
     std::unique_ptr<OwnedRecord> read_record(const std::string& test_id, bool full);
     void delete_record(const std::string& test_id);
     void clear_database();
@@ -108,6 +116,7 @@ class Device {
     static constexpr const char* tap_setting = "tap";  // in the store
 
     void use(Description description);
+    void read_state();
     void remember_board();
     void turn_transformer_to(int tap);
     int stored_tap();
@@ -124,10 +133,11 @@ class Device {
     // Each reading is the mean of `averaged` ones.
     Channel channel(MeasuringPath path, double averaged = 1.0);
     Bench bench(MeasuringPath path, double averaged = 1.0);
-    std::unique_ptr<OwnedRecord> run_test(const std::string& test_id, QVL_DBAction action, const TestRun& run,
+    std::unique_ptr<OwnedRecord> run_test(const char* given_id, QVL_DBAction action, const TestPace& pace,
                                           const std::function<void(OwnedRecord&)>& measure);
-    void store_board(const BoardMemory& memory);
-    void store_calibration(const QVL_CalibrationData& calibration);
+    void store_new(OwnedRecord& record, const char* given_id);
+    void change_board(const std::function<void(BoardMemory&)>& change);
+    void calibrate(CalibrationProcedure procedure, const std::function<void(QVL_CalibrationData&)>& change);
     void switch_off(const std::string& event, const char* message);
 
     Environment environment_;
@@ -137,13 +147,13 @@ class Device {
     std::unique_ptr<Transformer> transformer_;
     int tap_ = 0;
     Coefficients board_;
-    BoardMemory memory_;       // of that board
-    Coefficients correction_;  // of the path that is in use
+    BoardMemory memory_;  // of that board
     Noise noise_{0};
+    RawTable raw_table_;  // of the tests of a record, or of a run that is not stored
     std::unique_ptr<Store> store_;
     ChunkedFile log_file_;
     std::optional<std::string> open_attachment_;
-    std::optional<std::array<double, 3>> voltage_calibration_;  // volts, the own readings of one that was begun
+    std::optional<std::array<StarReading, 3>> voltage_calibration_;  // volts, the own readings of one that was begun
     bool debug_;
     bool privileged_ = false;
     bool off_ = false;

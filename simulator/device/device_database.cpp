@@ -1,7 +1,8 @@
 // The test database of the simulated instrument.
 #include "simulator/device/device.h"
 
-#include <algorithm>
+#include "simulator/device/first_records.h"
+
 #include <fstream>
 #include <iterator>
 #include <utility>
@@ -38,7 +39,7 @@ bool Device::record_exists(const std::string& test_id) {
     return loaded_database().exists(test_id);
 }
 
-std::vector<std::unique_ptr<OwnedRecord>> Device::list_records(QVL_OrderField field, bool ascending) {
+LabelList Device::list_records(QVL_OrderField field, bool ascending) {
     return loaded_database().list(field, ascending);
 }
 
@@ -48,24 +49,24 @@ std::unique_ptr<OwnedRecord> Device::read_record(const std::string& test_id, boo
 
 void Device::delete_record(const std::string& test_id) {
     writable_database().remove(test_id);
-    log("Record " + test_id + " deleted");
+    log_event("Record " + test_id + " deleted");
 }
 
 void Device::clear_database() {
     writable_database().clear();
-    log("Test database cleared");
+    log_event("Test database cleared");
 }
 
 void Device::add_attachment(const std::string& test_id, const std::string& path, const std::string& name,
                             const QVL_ProgressCallback* progress) {
     open_attachment_.reset();
     Store& database = writable_database();
+    if (test_id == self_test_id) database.store_missing(self_test_id, self_test_record);
     if (database.has_attachment(test_id, name)) throw Failure(code::attachment_exists);
     const std::string content = content_of(path);
-    Operation operation(lasting(description_.durations.attachment), 10, progress);
-    operation.run();
+    wait(description_.durations.attachment, 10, progress);
     database.attach(test_id, name, content);
-    log("Attachment " + name + " added to record " + test_id);
+    log_event("Attachment " + name + " added to record " + test_id);
 }
 
 std::size_t Device::begin_read_attachment(const std::string& test_id, const std::string& name) {
@@ -83,7 +84,7 @@ std::size_t Device::end_read_attachment(char* buffer, std::size_t size) {
 void Device::delete_attachment(const std::string& test_id, const std::string& name) {
     open_attachment_.reset();
     writable_database().detach(test_id, name);
-    log("Attachment " + name + " deleted from record " + test_id);
+    log_event("Attachment " + name + " deleted from record " + test_id);
 }
 
 }  // namespace simulator

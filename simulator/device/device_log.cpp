@@ -2,7 +2,6 @@
 
 #include "simulator/records/result_codes.h"
 
-#include <algorithm>
 #include <cstdio>
 #include <utility>
 
@@ -14,12 +13,15 @@ constexpr const char* earlier_events[] = {
     "INFO  Shut down",
 };
 
+constexpr std::size_t minutes_of_an_hour = 60, minutes_of_a_day = 24 * minutes_of_an_hour;
+
 // One line for every minute of some weeks in 2023, over and over.
 std::string earlier_line(std::size_t number) {
-    const auto minutes = number % (28 * 24 * 60);
+    const auto minutes = number % (28 * minutes_of_a_day);
     char line[96];
-    std::snprintf(line, sizeof line, "2023-11-%02zuT%02zu:%02zu:00Z %s\n", minutes / (24 * 60) + 1, minutes / 60 % 24,
-                  minutes % 60, earlier_events[number % std::size(earlier_events)]);
+    std::snprintf(line, sizeof line, "2023-11-%02zuT%02zu:%02zu:00Z %s\n", minutes / minutes_of_a_day + 1,
+                  minutes / minutes_of_an_hour % 24, minutes % minutes_of_an_hour,
+                  earlier_events[number % std::size(earlier_events)]);
     return line;
 }
 

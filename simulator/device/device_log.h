@@ -1,4 +1,4 @@
-// The device log as a file: what lines look like, and how the file is delivered in chunks.
+// The device log as a file that is delivered in chunks, and what stands in it from before the first start.
 #pragma once
 
 #include <cstddef>

@@ -2,7 +2,10 @@
 #include "simulator/device/device.h"
 
 #include "simulator/measuring/calibration.h"
+#include "simulator/measuring/connection.h"
+#include "simulator/measuring/excitation.h"
 
+#include <algorithm>
 #include <cstring>
 #include <ctime>
 #include <iostream>
@@ -34,20 +37,24 @@ std::string text_of(const char (&field)[Size]) {
 
 }  // namespace
 
-void Device::store_calibration(const QVL_CalibrationData& calibration) {
-    store_board({calibration, std::time(nullptr), memory_.identity});
+void Device::calibrate(CalibrationProcedure procedure, const std::function<void(QVL_CalibrationData&)>& change) {
+    change_board([&](BoardMemory& memory) {
+        change(memory.calibration);
+        const bool all_done = note_done(procedure, memory.calibration);
+        if (all_done || memory.calibrated) memory.calibrated = std::time(nullptr);
+    });
 }
 
 void Device::calibrate_zero(const QVL_ProgressCallback* progress) {
     require_board();
     Operation operation(lasting(description_.durations.calibration), 24, progress);
-    operation.run();
-    QVL_CalibrationData calibration = memory_.calibration;
-    Channel inputs = channel(&QVL_CalibrationData::ph3, calibration_readings);
-    simulator::calibrate_zero(inputs, calibration);
-    operation.check();
-    store_calibration(calibration);
-    log("Zero calibration stored");
+    operation.wait_out();
+    calibrate(CalibrationProcedure::zero, [&](QVL_CalibrationData& calibration) {
+        Channel inputs = channel(&QVL_CalibrationData::ph3, calibration_readings);
+        simulator::calibrate_zero(inputs, calibration);
+        operation.throw_if_cancelled();
+    });
+    log_event("Zero calibration stored");
 }
 
 std::array<double, 3> Device::begin_voltage_calibration(double line_voltage, int milliseconds,
@@ -59,33 +66,36 @@ std::array<double, 3> Device::begin_voltage_calibration(double line_voltage, int
     wait(milliseconds / 1000.0, 20, progress);
     Channel inputs = channel(&QVL_CalibrationData::ph3, calibration_readings);
     voltage_calibration_ = read_resistive_star(inputs, line_voltage);
-    return *voltage_calibration_;
+    std::array<double, 3> rms{};
+    std::ranges::transform(*voltage_calibration_, rms.begin(), &StarReading::rms);
+    return rms;
 }
 
 void Device::end_voltage_calibration(const std::array<double, 3>& external, const QVL_ProgressCallback* progress) {
     if (!voltage_calibration_) throw Failure(code::calibration_not_begun);
     require_board();
-    QVL_CalibrationData calibration = memory_.calibration;
-    calibrate_voltage(*voltage_calibration_, external, calibration);
-    Operation operation(lasting(description_.durations.store_calibration), 1, progress);
-    operation.run();
-    store_calibration(calibration);
+    QVL_CalibrationData plausible = memory_.calibration;
+    calibrate_voltage(*voltage_calibration_, external, plausible);
+    wait(description_.durations.store_calibration, 1, progress);
+    calibrate(CalibrationProcedure::voltage, [&](QVL_CalibrationData& calibration) {
+        calibrate_voltage(*voltage_calibration_, external, calibration);
+    });
     voltage_calibration_.reset();
-    log("Voltage calibration stored");
+    log_event("Voltage calibration stored");
 }
 
 void Device::calibrate_high_current(double voltage, const std::array<double, 3>& resistors,
                                     const QVL_ProgressCallback* progress) {
     require_board();
     check_voltage(voltage, description_.limits);
-    QVL_CalibrationData calibration = memory_.calibration;
     Operation operation(lasting(description_.durations.calibration), 12, progress);
-    operation.run();
-    Channel inputs = channel(&QVL_CalibrationData::ph3, calibration_readings);
-    simulator::calibrate_high_current(inputs, voltage, resistors, calibration);
-    operation.check();
-    store_calibration(calibration);
-    log("High current calibration stored");
+    operation.wait_out();
+    calibrate(CalibrationProcedure::high_current, [&](QVL_CalibrationData& calibration) {
+        Channel inputs = channel(&QVL_CalibrationData::ph3, calibration_readings);
+        simulator::calibrate_high_current(inputs, voltage, resistors, calibration);
+        operation.throw_if_cancelled();
+    });
+    log_event("High current calibration stored");
 }
 
 void Device::apply_direct_voltage(const DirectVoltage& wanted) {
@@ -96,24 +106,23 @@ void Device::apply_direct_voltage(const DirectVoltage& wanted) {
     if (!(wanted.voltage >= 1.0 && wanted.voltage <= highest_voltage(wanted.power_supply)))
         throw Failure(code::voltage_out_of_range);
     wait(description_.durations.direct_voltage, 1, nullptr);
-    log("Direct voltage applied");
+    log_event("Direct voltage applied");
 }
 
 void Device::elevate_privileges(const std::string& access_code) {
     privileged_ = access_code == factory_access_code;
     if (!privileged_) throw Failure(code::access_denied);
-    log("Factory privileges given");
+    log_event("Factory privileges given");
 }
 
 void Device::factory_reset(const QVL_MeasurementBoardInfo& identity, const QVL_ProgressCallback* progress) {
     if (!privileged_) throw Failure(code::no_factory_privileges);
     require_board();
-    Operation operation(lasting(description_.durations.factory_reset), 10, progress);
-    operation.run();
-    store_board({QVL_CalibrationData(), std::nullopt, identity});
+    wait(description_.durations.factory_reset, 10, progress);
+    change_board([&](BoardMemory& memory) { memory = {QVL_CalibrationData(), std::nullopt, identity}; });
     privileged_ = false;
-    log("Measurement board reset: PCBA " + text_of(identity.pcba_number) + ", revision " +
-        text_of(identity.pcba_revision) + ", serial " + text_of(identity.pcba_serial));
+    log_event("Measurement board reset: PCBA " + text_of(identity.pcba_number) + ", revision " +
+              text_of(identity.pcba_revision) + ", serial " + text_of(identity.pcba_serial));
 }
 
 void Device::move_tap_changer(QVL_TCDirection direction) {
@@ -126,7 +135,7 @@ void Device::move_tap_changer(QVL_TCDirection direction) {
         {tap_setting, next}
     });
     turn_transformer_to(next);
-    log("Tap changer in position " + std::to_string(tap_));
+    log_event("Tap changer in position " + std::to_string(tap_));
 }
 
 void Device::reboot() {
@@ -139,7 +148,7 @@ void Device::power_off() {
 
 // It stays off for the rest of this run; the next one starts it afresh.
 void Device::switch_off(const std::string& event, const char* message) {
-    log(event);
+    log_event(event);
     std::cerr << "The simulated instrument " << message << ".\n";
     off_ = true;
 }

@@ -24,11 +24,11 @@ std::string date_and_time() {
 std::unique_ptr<OwnedRecord> Device::test_three_phase(const char* test_id, const QVL_Parameters_3ph& parameters,
                                                       QVL_DBAction action, const QVL_ProgressCallback* progress) {
     require_board();
-    check(parameters, description_.limits);
+    check_three_phase(parameters, description_.limits);
     const int directions = parameters.test_mode == QVL_TestMode_VR_Auto ? 2 : 1;
     const double balance = parameters.magnetic_balance ? description_.durations.magnetic_balance : 0.0;
-    const TestRun run{directions * (description_.durations.three_phase + balance), 10 * directions, progress};
-    return run_test(test_id_for(test_id, action), action, run, [&](OwnedRecord& record) {
+    const TestPace pace{directions * (description_.durations.three_phase + balance), 10 * directions, progress};
+    return run_test(test_id, action, pace, [&](OwnedRecord& record) {
         Bench on_leads = bench(&QVL_CalibrationData::ph3);
         measure_three_phase(on_leads, parameters, record);
     });
@@ -37,43 +37,57 @@ std::unique_ptr<OwnedRecord> Device::test_three_phase(const char* test_id, const
 std::unique_ptr<OwnedRecord> Device::test_single_phase(const char* test_id, const QVL_Parameters_1ph& parameters,
                                                        QVL_DBAction action, const QVL_ProgressCallback* progress) {
     require_board();
-    check(parameters, description_.limits);
+    check_single_phase(parameters, description_.limits);
     const double averaged = parameters.long_test ? description_.durations.long_test : 1.0;
-    const TestRun run{description_.durations.single_phase * averaged, 10, progress};
-    return run_test(test_id_for(test_id, action), action, run, [&](OwnedRecord& record) {
+    const TestPace pace{description_.durations.single_phase * averaged, 10, progress};
+    return run_test(test_id, action, pace, [&](OwnedRecord& record) {
         Bench on_leads = bench(&QVL_CalibrationData::ph1, averaged);
         measure_single_phase(on_leads, parameters, record);
     });
 }
 
-std::unique_ptr<OwnedRecord> Device::run_test(const std::string& test_id, QVL_DBAction action, const TestRun& run,
+std::unique_ptr<OwnedRecord> Device::run_test(const char* given_id, QVL_DBAction action, const TestPace& pace,
                                               const std::function<void(OwnedRecord&)>& measure) {
+    const std::string test_id = test_id_for(given_id, action);
     require_storable(test_id, action);
-    Operation operation(lasting(run.seconds), run.steps, run.progress);
-    operation.run();
+    Operation operation(lasting(pace.seconds), pace.steps, pace.progress);
+    operation.wait_out();
 
     auto record = std::make_unique<OwnedRecord>();
     measure(*record);
+    if (action == QVL_DB_NewRecord) raw_table_.begin();
+    record->set_raw_data(raw_table_.add(record->raw_data()));
     QVL_TestLabel& label = record->label();
     label.test_id = record->keep(test_id);
     TextUtils::copy_safe(label.label_text, sizeof label.label_text, description_.transformer.name);
 
-    operation.check();
-    if (action == QVL_DB_NewRecord) store().store_new(*record, description_.instrument.database_capacity);
+    operation.throw_if_cancelled();
+    if (action == QVL_DB_NewRecord) store_new(*record, given_id);
     if (action == QVL_DB_Append) store().append(*record);
-    if (action != QVL_DB_DoNotStore) log("Test stored under the ID " + test_id);
+    if (action != QVL_DB_DoNotStore) log_event(std::string("Test stored under the ID ") + label.test_id);
     return record;
 }
 
+// Another console may have taken the name that date and time gave meanwhile.
+void Device::store_new(OwnedRecord& record, const char* given_id) {
+    for (;;) try {
+            store().store_new(record, description_.instrument.database_capacity);
+            return;
+        } catch (const Failure& failure) {
+            if ((given_id && *given_id) || failure.code() != code::record_exists) throw;
+            record.label().test_id = record.keep(test_id_for(nullptr, QVL_DB_NewRecord));
+        }
+}
+
 Channel Device::channel(MeasuringPath path, double averaged) {
-    correction_ = correction_by(memory_.calibration, path);
-    return {description_.channel, board_, correction_, noise_, averaged};
+    return {description_.channel, board_, correction_by(memory_.calibration, path), noise_, averaged};
 }
 
 Bench Device::bench(MeasuringPath path, double averaged) {
     const TransformerData& transformer = description_.transformer;
     return {*transformer_,
             description_.limits,
+            description_.source,
             channel(path, averaged),
             description_.instrument.temperature,
             tap_,

@@ -11,4 +11,9 @@ namespace simulator {
 // tester's attachment self-test works on.
 std::vector<DatedRecord> first_records();
 
+constexpr const char* self_test_id = "SELF-TEST";
+
+// Of that ID alone.
+DatedRecord self_test_record();
+
 }  // namespace simulator

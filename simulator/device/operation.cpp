@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <atomic>
-#include <cstdint>
 #include <thread>
 
 namespace simulator {
@@ -12,43 +11,40 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// One word holds the operation's number and what became of it, so that a late cancellation of one operation can
-// never reach the next one.
-enum State : std::uint32_t { idle = 0, running = 1, cancelled = 2 };
-constexpr std::uint32_t state_mask = 3;
-constexpr std::uint32_t operation_number = 4;
+// What becomes of the operation in progress. A cancellation changes `running` alone, in one step, so it reaches the
+// operation that is in progress at that moment or none.
+enum class State { idle, running, cancelled };
 
-constinit std::atomic<std::uint32_t> current{idle};
+constinit std::atomic<State> state{State::idle};
 
 }  // namespace
 
 Operation::Operation(Seconds duration, int steps, const QVL_ProgressCallback* progress)
     : duration_(duration), steps_(steps), progress_(progress), start_(Clock::now()) {
-    if (operation_in_progress()) throw Failure(code::device_busy);
-    current.store(current.load() + operation_number + running);
+    State idle = State::idle;
+    if (!state.compare_exchange_strong(idle, State::running)) throw Failure(code::device_busy);
 }
 
 Operation::~Operation() {
-    current.store(current.load() & ~state_mask);
+    state = State::idle;
 }
 
-void Operation::run() {
+void Operation::wait_out() {
     for (int step = 1; step <= steps_; ++step) {
         wait_for_step(step);
         if (progress_ && progress_->function) progress_->function(progress_->context, step, steps_);
     }
-    check();
 }
 
-void Operation::check() const {
-    if ((current.load() & state_mask) == cancelled) throw Failure(code::cancelled);
+void Operation::throw_if_cancelled() const {
+    if (state == State::cancelled) throw Failure(code::cancelled);
 }
 
 void Operation::wait_for_step(int step) const {
     constexpr Seconds slice{0.02};
     const Seconds end = duration_ * step / steps_;
     for (;;) {
-        check();
+        throw_if_cancelled();
         const Seconds left = end - (Clock::now() - start_);
         if (left <= Seconds::zero()) return;
         std::this_thread::sleep_for(std::min(left, slice));
@@ -56,13 +52,12 @@ void Operation::wait_for_step(int step) const {
 }
 
 bool operation_in_progress() noexcept {
-    return (current.load() & state_mask) != idle;
+    return state != State::idle;
 }
 
 void cancel_operation() noexcept {
-    std::uint32_t seen = current.load();
-    while ((seen & state_mask) == running)
-        if (current.compare_exchange_weak(seen, (seen & ~state_mask) | cancelled)) return;
+    State running = State::running;
+    state.compare_exchange_strong(running, State::cancelled);
 }
 
 }  // namespace simulator

@@ -1,4 +1,10 @@
 // Long operations: they take their time, report their progress and can be cancelled from another thread.
+//
+//     Operation operation(duration, steps, progress);  // from here on a cancellation means this operation
+//     operation.wait_out();                            // step by step, in real time
+//     ... what it measures ...
+//     operation.throw_if_cancelled();                  // the last moment: a cancellation until here leaves no trace
+//     ... what it stores ...
 #pragma once
 
 #include "api/qvl_service.h"
@@ -19,10 +25,11 @@ class Operation {
     Operation& operator=(const Operation&) = delete;
 
     // Waits out every step and reports each. Throws `cancelled` at most 20 ms after a cancellation.
-    void run();
+    void wait_out();
 
-    // Throws `cancelled` when the operation was cancelled.
-    void check() const;
+    // Throws `cancelled`. To be asked before anything is stored, as the last report of progress may bring a
+    // cancellation.
+    void throw_if_cancelled() const;
 
   private:
     void wait_for_step(int step) const;

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <iterator>
 #include <numbers>
 
@@ -12,7 +13,11 @@ namespace {
 
 // A calibration corrects tolerances; what goes further is a wrong wiring or a slip of the pen.
 constexpr double smallest_factor = 0.8, largest_factor = 1.25;
-constexpr double smallest_resistor = 0.1, largest_resistor = 1e5;  // ohms
+constexpr double smallest_resistor = 1.0, largest_resistor = 1e3;  // ohms, of a high-current fixture
+constexpr double fixture_current = 5.0;  // amperes, most that the supply drives; it lowers the voltage, which is read
+
+// The ranges in which the high side reads the resistive star. All others are made to agree with them.
+constexpr std::size_t reference_divider = 2, reference_gain = 0;
 
 void transfer(double& to, double from) {
     to = from;
@@ -44,11 +49,36 @@ bool within(double value, double smallest, double largest) {
     return value >= smallest && value <= largest;
 }
 
-// All three or none.
-void scale_by(const std::array<double, 3>& factors, double (&coefficients)[3]) {
-    const auto plausible = [](double factor) { return within(factor, smallest_factor, largest_factor); };
-    if (!std::ranges::all_of(factors, plausible)) throw Failure(code::implausible_calibration);
-    for (std::size_t i = 0; i < factors.size(); ++i) coefficients[i] *= factors[i];
+std::array<double, 3> plausible(const std::array<double, 3>& factors) {
+    const auto is_plausible = [](double factor) { return within(factor, smallest_factor, largest_factor); };
+    if (!std::ranges::all_of(factors, is_plausible)) throw Failure(code::implausible_calibration);
+    return factors;
+}
+
+// High and low leads of each phase are joined: every range of both inputs reads the same, and learns to agree with the
+// high side's reference range.
+void match_gains(Channel& channel, std::size_t phase, QVL_CalibrationData& calibration) {
+    auto& divider_high = calibration.k_lt6375_hv;
+    auto& divider_low = calibration.k_lt6375_xv;
+    auto& gain_high = calibration.k_PGA1;
+    auto& gain_low = calibration.k_loPGA23[phase];
+    const double known = divider_high[reference_divider][phase] * gain_high[reference_gain][phase];
+    const double scale = known / channel.high_gain(phase, reference_divider, reference_gain);
+    for (std::size_t gain = 0; gain < std::size(gain_high); ++gain)
+        if (gain != reference_gain)
+            gain_high[gain][phase] =
+                scale * channel.high_gain(phase, reference_divider, gain) / divider_high[reference_divider][phase];
+    for (std::size_t gain = 0; gain < std::size(gain_low); ++gain)
+        for (std::size_t gain_2 = 0; gain_2 < std::size(gain_low[gain]); ++gain_2)
+            gain_low[gain][gain_2] = scale * channel.low_gain(phase, reference_divider, gain, gain_2) /
+                                     divider_low[reference_divider][phase];
+    for (std::size_t divider = 0; divider < std::size(divider_high); ++divider) {
+        if (divider == reference_divider) continue;
+        divider_high[divider][phase] =
+            scale * channel.high_gain(phase, divider, reference_gain) / gain_high[reference_gain][phase];
+        divider_low[divider][phase] =
+            scale * channel.low_gain(phase, divider, reference_gain, 0) / gain_low[reference_gain][0];
+    }
 }
 
 }  // namespace
@@ -86,21 +116,42 @@ Coefficients correction_by(const QVL_CalibrationData& calibration, MeasuringPath
     return correction;
 }
 
+bool note_done(CalibrationProcedure procedure, QVL_CalibrationData& calibration) {
+    constexpr std::uint8_t all = 0b111;
+    std::uint8_t& done = calibration.reserved_1840[0];
+    done = static_cast<std::uint8_t>(done | 1U << static_cast<unsigned>(procedure));
+    return done == all;
+}
+
 void calibrate_zero(Channel& channel, QVL_CalibrationData& calibration) {
     zero_path(channel, calibration.ph1);
     zero_path(channel, calibration.ph3);
+    for (std::size_t phase = 0; phase < 3; ++phase) match_gains(channel, phase, calibration);
 }
 
-std::array<double, 3> read_resistive_star(Channel& channel, double line_voltage) {
-    std::array<double, 3> readings{};
-    for (int phase = 0; phase < 3; ++phase)
-        readings[static_cast<std::size_t>(phase)] = channel.high_voltage(phase, line_voltage / std::numbers::sqrt3).rms;
+std::array<StarReading, 3> read_resistive_star(Channel& channel, double line_voltage) {
+    std::array<StarReading, 3> readings{};
+    for (int phase = 0; phase < 3; ++phase) {
+        const Reading reading = channel.high_voltage(phase, sine(line_voltage / std::numbers::sqrt3));
+        readings[static_cast<std::size_t>(phase)] = {reading.rms, std::abs(reading.value)};
+    }
     return readings;
 }
 
-void calibrate_voltage(const std::array<double, 3>& own, const std::array<double, 3>& external,
+void calibrate_voltage(const std::array<StarReading, 3>& own, const std::array<double, 3>& external,
                        QVL_CalibrationData& calibration) {
-    scale_by({external[0] / own[0], external[1] / own[1], external[2] / own[2]}, calibration.volt_corr_rms);
+    std::array<double, 3> factors{}, of_rms{};
+    for (std::size_t phase = 0; phase < 3; ++phase) {
+        factors[phase] = external[phase] / own[phase].fundamental;
+        of_rms[phase] = external[phase] / own[phase].rms;
+    }
+    plausible(factors);
+    plausible(of_rms);
+    for (std::size_t phase = 0; phase < 3; ++phase) {
+        for (auto& divider : calibration.k_lt6375_hv) divider[phase] /= factors[phase];
+        for (auto& divider : calibration.k_lt6375_xv) divider[phase] /= factors[phase];
+        calibration.volt_corr_rms[phase] *= of_rms[phase] / factors[phase];
+    }
 }
 
 void calibrate_high_current(Channel& channel, double voltage, const std::array<double, 3>& resistors,
@@ -109,10 +160,11 @@ void calibrate_high_current(Channel& channel, double voltage, const std::array<d
     for (int phase = 0; phase < 3; ++phase) {
         const auto at = static_cast<std::size_t>(phase);
         if (!within(resistors[at], smallest_resistor, largest_resistor)) throw Failure(code::implausible_calibration);
-        const double amperes = voltage / resistors[at];
-        factors[at] = amperes / channel.current(phase, amperes).rms;
+        const double amperes = std::min(voltage / resistors[at], fixture_current);
+        factors[at] = amperes / std::abs(channel.current(phase, sine(amperes)).value);
     }
-    scale_by(factors, calibration.curr_corr.k_high_curr);
+    plausible(factors);
+    for (std::size_t phase = 0; phase < 3; ++phase) calibration.curr_corr.k_high_curr[phase] *= factors[phase];
 }
 
 }  // namespace simulator

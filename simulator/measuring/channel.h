@@ -1,7 +1,23 @@
 // The instrument's measuring channel: gain ranges, the board's own errors, their correction, and noise.
+//
+//     volts --> + --> 1/LT ----> PGA 1, or 2 and 3 ----> + --> converter (10 V peak), 64 samples a period
+//               ^   divider LT    gain                   ^
+//             noise                                    offset
+//
+// A stage k of the board has the gain g_k, near 1. The offset o lies behind the divider; it is pick-up of the
+// excitation, in phase with phase A's source. Each of the N samples is
+//
+//     raw = (volts + noise) * product(g_k) + LT * o,      noise ~ N(0, sqrt(N) (noise * |volts| + noise_floor * LT))
+//
+// and what calibration knows of the board, o' and g', corrects them and their fundamental:
+//
+//     sample = raw / product(g'_k)
+//     value  = sqrt(2)/N sum of sample e^(-jwt)  -  LT * o' / product(g'_k)
+//
+// A current goes over a shunt of 1 ohm through PGA 4 alone.
 #pragma once
 
-#include "simulator/transformer/transformer.h"
+#include "simulator/transformer/waveform.h"
 
 #include <array>
 #include <cmath>
@@ -15,9 +31,8 @@ class Noise {
   public:
     explicit Noise(std::uint64_t seed) : engine_(seed) {}
 
-    double uniform();     // from -1 to 1
-    double normal();      // mean 0, standard deviation 1, within 6
-    Complex of_phasor();  // both parts normal
+    double uniform();  // from -1 to 1
+    double normal();   // mean 0, standard deviation 1, within 6
 
   private:
     double unit();  // from 0 to 1
@@ -55,13 +70,18 @@ struct ChannelData {
 // What an uncorrected board does to its signals, drawn from a seed.
 Coefficients board_coefficients(const ChannelData& data, std::uint64_t seed);
 
+// Two periods, from the moment at which phase A's source is at its peak.
+constexpr std::size_t samples_per_period = 64;
+using Samples = std::array<double, 2 * samples_per_period>;
+
 // What one input reads.
 struct Reading {
-    Complex value;         // volts or amperes, the fundamental
+    Complex value;         // volts or amperes rms, the fundamental
     double rms = 0.0;      // the whole signal
     double divider = 1.0;  // by how much the input is divided
     double gain = 1.0;     // of the first amplifier
     double gain_2 = 1.0;   // of the second amplifier, on the low side
+    Samples samples{};     // volts or amperes, gains corrected, offset not
 };
 
 // What an input reads of the board alone while its leads are shorted, in volts behind the divider.
@@ -76,20 +96,26 @@ class Channel {
             double averaged = 1.0)
         : data_(data), board_(board), correction_(correction), noise_(noise), noise_scale_(1.0 / std::sqrt(averaged)) {}
 
-    // Each takes the true value at the input of that phase, 0 to 2, and chooses the range by its size.
-    Reading high_voltage(int phase, Complex volts);
-    Reading low_voltage(int phase, Complex volts);
-    Reading current(int phase, Complex amperes);
+    // Each takes the true signal at the input of that phase, 0 to 2, and chooses the range by its size. What is too
+    // large for the last range is clipped.
+    Reading high_voltage(int phase, const Waveform& volts);
+    Reading low_voltage(int phase, const Waveform& volts);
+    Reading current(int phase, const Waveform& amperes);
 
     // Uncorrected, at one of the four gains.
     ZeroReading zero(std::size_t phase, std::size_t gain);
 
+    // The gain of the stages in those ranges, as a signal of known size tells it; uncorrected.
+    double high_gain(std::size_t phase, std::size_t divider, std::size_t gain);
+    double low_gain(std::size_t phase, std::size_t divider, std::size_t gain, std::size_t gain_2);
+
   private:
-    Complex noisy(Complex value, double divider);
+    struct Stage;
+    Reading read(const Waveform& signal, const Stage& stage);
 
     const ChannelData& data_;
     const Coefficients& board_;
-    const Coefficients& correction_;
+    Coefficients correction_;
     Noise& noise_;
     double noise_scale_;
 };

@@ -1,10 +1,14 @@
 #include "simulator/measuring/connection.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace simulator {
 namespace {
+
+// In the order of Winding.
+constexpr QVL_WindingType windings[] = {QVL_Winding_D, QVL_Winding_Y, QVL_Winding_Yn, QVL_Winding_Z, QVL_Winding_Zn};
 
 // In the order of QVL_PhaseMeasure, from 1 on.
 constexpr TerminalPair measured_pairs[] = {
@@ -27,15 +31,25 @@ bool is_in(int terminal, const std::optional<TerminalPair>& pair) {
 }
 
 std::string shorted_name(Side side, const TerminalPair& shorted) {
-    return name_of(side, shorted.from) + "+" + name_of(side, shorted.to);
+    return terminal_name(side, shorted.from) + "+" + terminal_name(side, shorted.to);
 }
 
-std::string name_of(Side side, int terminal, const std::optional<TerminalPair>& shorted) {
-    if (!is_in(terminal, shorted)) return name_of(side, terminal);
+std::string end_name(Side side, int terminal, const std::optional<TerminalPair>& shorted) {
+    if (!is_in(terminal, shorted)) return terminal_name(side, terminal);
     return std::string("(").append(shorted_name(side, *shorted)).append(")");
 }
 
 }  // namespace
+
+std::optional<Winding> winding_of(QVL_WindingType winding) {
+    const auto* found = std::ranges::find(windings, winding);
+    if (found == std::end(windings)) return std::nullopt;
+    return Winding{static_cast<int>(found - std::begin(windings))};
+}
+
+QVL_WindingType api_winding(Winding winding) {
+    return windings[static_cast<int>(winding)];
+}
 
 std::optional<Connection> connection_of(QVL_PhaseMeasure measure, QVL_PhaseShort shorted) {
     if (measure < QVL_Measure_1_2 || measure > QVL_Measure_3_0) return std::nullopt;
@@ -48,9 +62,9 @@ std::optional<Connection> connection_of(QVL_PhaseMeasure measure, QVL_PhaseShort
     return connection;
 }
 
-std::string name_of(Side side, const Connection& connection) {
+std::string connection_name(Side side, const Connection& connection) {
     const auto& [pair, shorted] = connection;
-    const std::string name = name_of(side, pair.from, shorted) + "-" + name_of(side, pair.to, shorted);
+    const std::string name = end_name(side, pair.from, shorted) + "-" + end_name(side, pair.to, shorted);
     const bool apart = shorted && !is_in(pair.from, shorted) && !is_in(pair.to, shorted);
     return apart ? name + " " + shorted_name(side, *shorted) : name;
 }

@@ -1,6 +1,7 @@
-// How the leads of one side are connected in a single-phase test.
+// The device API's words for windings and leads, and what they are on the transformer.
 #pragma once
 
+#include "api/qvl_parameters.h"
 #include "simulator/transformer/winding_pairs.h"
 
 #include <optional>
@@ -8,6 +9,12 @@
 
 namespace simulator {
 
+// Nothing when the value is outside its list.
+std::optional<Winding> winding_of(QVL_WindingType winding);
+
+QVL_WindingType api_winding(Winding winding);
+
+// How the leads of one side are connected in a single-phase test.
 struct Connection {
     TerminalPair pair;                    // that is excited or read
     std::optional<TerminalPair> shorted;  // two line terminals
@@ -18,6 +25,6 @@ struct Connection {
 std::optional<Connection> connection_of(QVL_PhaseMeasure measure, QVL_PhaseShort shorted);
 
 // H1-H2, X3-(X1+X2), or H1-H0 H2+H3 where the short lies apart from the pair.
-std::string name_of(Side side, const Connection& connection);
+std::string connection_name(Side side, const Connection& connection);
 
 }  // namespace simulator

@@ -1,19 +1,20 @@
 #include "simulator/measuring/raw_data.h"
 
 #include <charconv>
-#include <cmath>
-#include <numbers>
 
 namespace simulator {
 namespace {
 
-constexpr int samples_per_period = 64;
-constexpr int periods = 2;
+constexpr const char* C_FirstColumns = "Mode;Voltage V;Frequency Hz;Time s;";
 
 void append(std::string& text, double value, int decimals) {
     char digits[64];
     const auto end = std::to_chars(digits, digits + sizeof digits, value, std::chars_format::fixed, decimals);
     text.append(digits, end.ptr).push_back(';');
+}
+
+void end_line(std::string& text) {
+    text.back() = '\n';  // no separator behind the last cell
 }
 
 void append_names(std::string& text, const char* signal, std::size_t phases) {
@@ -24,28 +25,50 @@ void append_names(std::string& text, const char* signal, std::size_t phases) {
     }
 }
 
-double sample(Complex rms, Complex turn) {
-    return std::numbers::sqrt2 * (rms * turn).real();
-}
-
 }  // namespace
 
-std::string raw_data_text(std::span<const RawPhase> phases, const RawTest& test) {
-    std::string text = test.mode == QVL_TestMode_VR_Up ? "RAW;UP;" : "RAW;DOWN;";
-    append(text, test.voltage, 2);
-    text += std::to_string(test.frequency) + ";\nTime s;";
-    for (const char* signal : {"High", "Low", "Current"}) append_names(text, signal, phases.size());
-    text.push_back('\n');
-    for (int i = 0; i < periods * samples_per_period; ++i) {
-        const double turns = static_cast<double>(i) / samples_per_period;
-        const Complex turn = std::polar(1.0, 2.0 * std::numbers::pi * turns);
-        append(text, turns / test.frequency, 8);
-        for (const RawPhase& phase : phases) append(text, sample(phase.high, turn), 6);
-        for (const RawPhase& phase : phases) append(text, sample(phase.low, turn), 6);
-        for (const RawPhase& phase : phases) append(text, sample(phase.current, turn), 9);
-        text.push_back('\n');
+std::string raw_data_text(std::span<const PhaseReadings> phases, const RawTest& test) {
+    struct Column {
+        const char* name;
+        Reading PhaseReadings::*reading;
+        int decimals;
+    };
+    constexpr Column columns[] = {
+        {"High",    &PhaseReadings::high,    6},
+        {"Low",     &PhaseReadings::low,     6},
+        {"Current", &PhaseReadings::current, 9}
+    };
+    std::string of_test = test.mode == QVL_TestMode_VR_Up ? "UP;" : "DOWN;";
+    append(of_test, test.voltage, 2);
+    of_test += std::to_string(test.frequency) + ";";
+    std::string text = C_FirstColumns;
+    for (const Column& column : columns) append_names(text, column.name, phases.size());
+    end_line(text);
+    for (std::size_t i = 0; i < Samples().size(); ++i) {
+        text += of_test;
+        append(text, static_cast<double>(i) / samples_per_period / test.frequency, 8);
+        for (const auto& [name, reading, decimals] : columns)
+            for (const PhaseReadings& phase : phases) append(text, (phase.*reading).samples[i], decimals);
+        end_line(text);
     }
     return text;
+}
+
+std::string RawTable::add(std::string_view texts) {
+    if (texts.empty()) return {};
+    std::string added;
+    ++tests_;
+    while (!texts.empty()) {
+        const std::string_view line = texts.substr(0, texts.find('\n') + 1);
+        texts.remove_prefix(line.size());
+        if (!line.starts_with(C_FirstColumns)) {
+            added.append(std::to_string(tests_)).append(";").append(line);
+        } else if (line != columns_) {
+            columns_ = line;
+            added.append("sep=;\nTest;").append(columns_);
+        }
+    }
+    return added;
 }
 
 }  // namespace simulator

@@ -2,18 +2,13 @@
 #pragma once
 
 #include "api/qvl_records.h"
-#include "simulator/transformer/transformer.h"
+#include "simulator/measuring/readings.h"
 
 #include <span>
 #include <string>
+#include <string_view>
 
 namespace simulator {
-
-// The phasors of one phase, rms.
-struct RawPhase {
-    Complex high, low;  // volts
-    Complex current;    // amperes
-};
 
 // What the samples belong to.
 struct RawTest {
@@ -22,8 +17,22 @@ struct RawTest {
     int frequency;   // hertz
 };
 
-// A line about the test, a line of column names, and one line for each sample of two periods. Phases are named by
-// letters, unless there is just one.
-std::string raw_data_text(std::span<const RawPhase> phases, const RawTest& test);
+// A line of column names, and one line for each sample of the readings: gains are corrected,
+// offsets are not. Phases are named by letters, unless there is just one.
+std::string raw_data_text(std::span<const PhaseReadings> phases, const RawTest& test);
+
+// The RAW data of one run. The console puts the texts of its tests into one file, which a spreadsheet opens as a table:
+// the first text begins with the separator and the column names, and all rows begin with the number of their test.
+class RawTable {
+  public:
+    void begin() { *this = {}; }
+
+    // What the next test adds; `texts` is one or more texts of raw_data_text, or nothing.
+    std::string add(std::string_view texts);
+
+  private:
+    std::string columns_;
+    int tests_ = 0;
+};
 
 }  // namespace simulator

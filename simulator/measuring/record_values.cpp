@@ -17,8 +17,8 @@ bool too_small(const PhaseReadings& readings, const Limits& limits) {
     return std::min(std::abs(readings.high.value), std::abs(readings.low.value)) < limits.smallest_signal;
 }
 
-void report_angles(const PhaseReadings& readings, const WindingPair& pair, const Phasing& phasing,
-                   QVL_TestData_Phase& phase) {
+void fill_angles(const PhaseReadings& readings, const WindingPair& pair, const Phasing& phasing,
+                 QVL_TestData_Phase& phase) {
     phase.Phase_High = folded(angle_of_high_phase(readings, pair));
     phase.Phase_Low = folded(std::arg(readings.low.value) - pair.low_lead * clock_step);
     const double lag = phase.Phase_High - phase.Phase_Low;
@@ -27,13 +27,13 @@ void report_angles(const PhaseReadings& readings, const WindingPair& pair, const
     phase.phase_deviation_from_user_phasing = folded(lag - phasing.of_user);
 }
 
-void report_power(const PhaseReadings& readings, QVL_TestData_Phase& phase) {
-    const Complex power = readings.excitation * std::conj(readings.current.value);
-    phase.Voltage_f = std::abs(readings.excitation);
+void fill_power(const PhaseReadings& readings, QVL_TestData_Phase& phase) {
+    const Complex power = readings.excitation.value * std::conj(readings.current.value);
+    phase.Voltage_f = std::abs(readings.excitation.value);
     phase.Current_f = std::abs(readings.current.value);
     phase.eFi = folded(std::arg(power));
-    phase.Voltage_rms = phase.Voltage_f;
-    phase.Current_rms = std::hypot(phase.Current_f, readings.harmonic);
+    phase.Voltage_rms = readings.excitation.rms;
+    phase.Current_rms = readings.current.rms;
     phase.Watt = power.real();
     phase.Power = phase.Voltage_rms * phase.Current_rms;
     phase.Factor = phase.Power == 0.0 ? 0.0 : phase.Watt / phase.Power;
@@ -61,13 +61,17 @@ double distortion_index(Complex component, const Sequences& of) {
 
 }  // namespace
 
-void report_phase(const Bench& bench, const PhaseReadings& readings, const WindingPair& pair, const Phasing& phasing,
-                  double nameplate_ratio, QVL_TestData_Phase& phase) {
+void fill_phase(const Bench& bench, const PhaseReadings& readings, const WindingPair& pair, const Phasing& phasing,
+                double nameplate_ratio, QVL_TestData_Phase& phase) {
+    phase.Temperature = bench.temperature;
+    if (readings.failure != QVL_Success) {
+        phase.result = readings.failure;
+        return;
+    }
     phase.Voltage_High = std::abs(readings.high.value);
     phase.Voltage_Low = std::abs(readings.low.value);
     phase.Voltage_rms_hi = readings.high.rms;
     phase.Voltage_rms_lo = readings.low.rms;
-    phase.Temperature = bench.temperature;
     phase.Induced_voltage = readings.induced_voltage;
     phase.PGA_1 = readings.high.gain;
     phase.PGA_2 = readings.low.gain;
@@ -75,17 +79,22 @@ void report_phase(const Bench& bench, const PhaseReadings& readings, const Windi
     phase.PGA_4 = readings.current.gain;
     phase.LT_H = readings.high.divider;
     phase.LT_X = readings.low.divider;
-    report_power(readings, phase);
+    fill_power(readings, phase);
     if (too_small(readings, bench.limits)) {
         phase.result = code::signal_too_small;
         return;
     }
     phase.Ratio = phase.Voltage_High / phase.Voltage_Low;
     phase.Ratio_Error = percent_above(phase.Ratio, nameplate_ratio);
-    report_angles(readings, pair, phasing, phase);
+    fill_angles(readings, pair, phasing, phase);
 }
 
-void report_sequences(Side measured, QVL_TestData_3ph& data) {
+bool all_measured(const QVL_TestData_3ph& data) {
+    return std::ranges::all_of(phases_of_test, [&](auto phase) { return (data.*phase).result == QVL_Success; });
+}
+
+void fill_sequences(Side measured, QVL_TestData_3ph& data) {
+    if (!all_measured(data)) return;
     const auto high = [](const QVL_TestData_Phase& phase) { return std::polar(phase.Voltage_High, phase.Phase_High); };
     const auto low = [](const QVL_TestData_Phase& phase) { return std::polar(phase.Voltage_Low, phase.Phase_Low); };
     const Sequences hi = sequences_of(high(data.A), high(data.B), high(data.C));
@@ -112,13 +121,18 @@ void report_sequences(Side measured, QVL_TestData_3ph& data) {
     data.Phase_3PH = folded(data.Positive_Phase_Hi - data.Positive_Phase_Lo);
 }
 
-double magnetic_imbalance(const QVL_TestData_3ph& data) {
-    double largest = 0.0;
-    for (std::size_t phase = 0; phase < 3; ++phase) {
-        const QVL_TestData_Phase& row = data.*phases_of_test[phase];
-        largest = std::max(largest, std::abs(percent_above(row.mag_balance_total, row.mag_balance[phase])));
-    }
-    return largest;
+double magnetic_imbalance(const QVL_TestData_3ph& data, Winding excited) {
+    const auto reading = [&](std::size_t row, std::size_t column) {
+        const QVL_TestData_Phase& phase = data.*phases_of_test[row];
+        return phase.mag_balance[row] == 0.0 ? 0.0 : 100.0 * phase.mag_balance[column] / phase.mag_balance[row];
+    };
+    constexpr std::size_t a = 0, b = 1, c = 2;
+    if (excited == Winding::D || excited == Winding::Yn)  // one limb for each pair
+        return std::max({std::abs(reading(a, b) - reading(c, b)), std::abs(reading(a, c) - reading(c, a)),
+                         std::abs(reading(b, a) - reading(b, c)), reading(a, c) - reading(a, b),
+                         reading(c, a) - reading(c, b)});
+    return std::max({std::abs(reading(a, b) + reading(a, c) - 100.0), std::abs(reading(b, a) + reading(b, c) - 100.0),
+                     std::abs(reading(c, a) + reading(c, b) - 100.0)});
 }
 
 double largest_ratio_error(const QVL_TestData_3ph& data) {

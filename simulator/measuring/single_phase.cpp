@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cmath>
 #include <numbers>
+#include <optional>
 
 namespace simulator {
 namespace {
@@ -22,7 +23,7 @@ Leads leads_of(const QVL_Parameters_1ph& parameters) {
     return {*high, *low};
 }
 
-bool is_there(const Connection& connection, QVL_WindingType winding) {
+bool is_there(const Connection& connection, Winding winding) {
     return connection.pair.to != neutral || has_neutral(winding);
 }
 
@@ -31,17 +32,34 @@ void require_terminals(const Leads& leads, const VectorGroup& group) {
     if (!is_there(leads.high, group.high) || !is_there(leads.low, group.low)) throw Failure(code::signal_too_small);
 }
 
-Excitation step_down(const QVL_Parameters_1ph& parameters) {
-    return {Side::high, parameters.voltage, parameters.frequency};
+struct Measured {
+    Excitation excitation;
+    PhaseReadings readings;
+};
+
+// Steps down, or, where that drowns or cannot be done, up; both with a lower voltage where it must be.
+Measured measure_either_way(Bench& bench, const QVL_Parameters_1ph& parameters, const Leads& leads) {
+    std::optional<Failure> failure;
+    const auto way = [&](Side side, double voltage) {
+        return at_voltage_or_lower({side, voltage, parameters.frequency}, bench.limits, failure,
+                                   [&](const Excitation& excitation) -> Measured {
+                                       return {excitation, read_single_phase(bench, excitation, leads.high, leads.low)};
+                                   });
+    };
+    const auto down = way(Side::high, parameters.voltage);
+    if (down && std::abs(down->readings.low.value) >= well_measured_low) return *down;
+    const auto up = way(Side::low, std::min(parameters.voltage, bench.limits.step_up_voltage));
+    if (!up && !down) throw Failure(*failure);
+    return up ? *up : *down;
 }
 
-// A current transformer is excited where it has most turns, and its ratio read as that of the voltages.
-Excitation excitation_for(Bench& bench, const QVL_Parameters_1ph& parameters, const Leads& leads) {
-    if (parameters.test_mode == QVL_TestMode_VR_Up) return {Side::low, parameters.voltage, parameters.frequency};
-    if (parameters.test_mode != QVL_TestMode_VR_Auto) return step_down(parameters);
-    const PhaseReadings down = read_single_phase(bench, step_down(parameters), leads.high, leads.low);
-    if (std::abs(down.low.value) >= well_measured_low) return step_down(parameters);
-    return {Side::low, std::min(parameters.voltage, bench.limits.step_up_voltage), parameters.frequency};
+// The high side is excited unless the test is to step up: that of a current transformer is its secondary, which has
+// most turns, and its ratio is read as that of the voltages.
+Measured measure_as_wanted(Bench& bench, const QVL_Parameters_1ph& parameters, const Leads& leads) {
+    if (parameters.test_mode == QVL_TestMode_VR_Auto) return measure_either_way(bench, parameters, leads);
+    const Side side = parameters.test_mode == QVL_TestMode_VR_Up ? Side::low : Side::high;
+    const Excitation excitation{side, parameters.voltage, parameters.frequency};
+    return {excitation, read_single_phase(bench, excitation, leads.high, leads.low)};
 }
 
 bool is_reversed(const PhaseReadings& readings) {
@@ -54,7 +72,7 @@ QVL_TestMode mode_of(const QVL_Parameters_1ph& parameters, const Excitation& exc
 }
 
 void name_pair(const Leads& leads, OwnedRecord& record, QVL_TestData_Phase& phase) {
-    const std::string high = name_of(Side::high, leads.high), low = name_of(Side::low, leads.low);
+    const std::string high = connection_name(Side::high, leads.high), low = connection_name(Side::low, leads.low);
     phase.name = record.keep(high + "/" + low);
     phase.hi_name = phase.mag_name_down = record.keep(high);
     phase.lo_name = phase.mag_name_up = record.keep(low);
@@ -62,7 +80,7 @@ void name_pair(const Leads& leads, OwnedRecord& record, QVL_TestData_Phase& phas
 
 }  // namespace
 
-void check(const QVL_Parameters_1ph& parameters, const Limits& limits) {
+void check_single_phase(const QVL_Parameters_1ph& parameters, const Limits& limits) {
     constexpr QVL_TestMode modes[] = {QVL_TestMode_VR_Down, QVL_TestMode_VR_Up, QVL_TestMode_VR_Auto, QVL_TestMode_CT};
     if (parameters.test_type != QVL_TestType_1ph || std::ranges::find(modes, parameters.test_mode) == std::end(modes) ||
         !std::isfinite(parameters.nameplate_ratio))
@@ -74,8 +92,7 @@ void check(const QVL_Parameters_1ph& parameters, const Limits& limits) {
 void measure_single_phase(Bench& bench, const QVL_Parameters_1ph& parameters, OwnedRecord& record) {
     const Leads leads = leads_of(parameters);
     require_terminals(leads, bench.transformer.group());
-    const Excitation excitation = excitation_for(bench, parameters, leads);
-    const PhaseReadings readings = read_single_phase(bench, excitation, leads.high, leads.low);
+    const auto [excitation, readings] = measure_as_wanted(bench, parameters, leads);
 
     QVL_TestData_1ph& data = record.new_data_1ph();
     data.test_mode = mode_of(parameters, excitation);
@@ -84,14 +101,12 @@ void measure_single_phase(Bench& bench, const QVL_Parameters_1ph& parameters, Ow
     data.nameplate_ratio = parameters.nameplate_ratio;
     name_pair(leads, record, data.phase);
     const double polarity = is_reversed(readings) ? std::numbers::pi : 0.0;
-    report_phase(bench, readings, {leads.high.pair, leads.low.pair, 0, 0}, {polarity, polarity}, data.nameplate_ratio,
-                 data.phase);
+    fill_phase(bench, readings, {leads.high.pair, leads.low.pair, 0, 0}, {polarity, polarity}, data.nameplate_ratio,
+               data.phase);
     if (data.phase.result != QVL_Success) throw Failure(data.phase.result);
     record.add_test(data);
-    if (parameters.raw_data) {
-        const RawPhase phase{readings.high.value, readings.low.value, readings.current.value};
-        record.set_raw_data(raw_data_text({&phase, 1}, {data.test_mode, data.voltage, data.frequency}));
-    }
+    if (parameters.raw_data)
+        record.set_raw_data(raw_data_text({&readings, 1}, {data.test_mode, data.voltage, data.frequency}));
 
     QVL_TestLabel& label = record.label();
     label.test_type = QVL_TestType_1ph;

@@ -8,7 +8,7 @@
 namespace simulator {
 
 // Throws Failure when the instrument cannot run a test with these parameters.
-void check(const QVL_Parameters_1ph& parameters, const Limits& limits);
+void check_single_phase(const QVL_Parameters_1ph& parameters, const Limits& limits);
 
 // Runs one single-phase test: adds an entry to `record` and fills the label and the RAW data as far as they follow from
 // the measurement. Throws Failure, `signal_too_small` included: without its one pair there is no result.

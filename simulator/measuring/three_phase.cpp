@@ -7,9 +7,14 @@
 
 #include <algorithm>
 #include <cmath>
+#include <optional>
 
 namespace simulator {
 namespace {
+
+VectorGroup group_of(const QVL_Parameters_3ph& parameters, int clock) {
+    return {winding_of(parameters.winding_hi).value(), winding_of(parameters.winding_lo).value(), clock};
+}
 
 Phasing phasing_of(const QVL_Parameters_3ph& parameters, int clock) {
     const double vector_group = clock * clock_step;
@@ -22,18 +27,11 @@ void name_phases(const ThreePairs& pairs, OwnedRecord& record, QVL_TestData_3ph&
     for (std::size_t i = 0; i < 3; ++i) {
         QVL_TestData_Phase& phase = data.*phases_of_test[i];
         phase.name = names[i];
-        phase.hi_name = record.keep(name_of(Side::high, pairs[i].high));
-        phase.lo_name = record.keep(name_of(Side::low, pairs[i].low));
+        phase.hi_name = record.keep(pair_name(Side::high, pairs[i].high));
+        phase.lo_name = record.keep(pair_name(Side::low, pairs[i].low));
         phase.mag_name_down = phase.hi_name;
         phase.mag_name_up = phase.lo_name;
     }
-}
-
-std::string raw_data_of(const ThreeReadings& readings, const QVL_TestData_3ph& data) {
-    std::array<RawPhase, 3> phases{};
-    for (std::size_t i = 0; i < phases.size(); ++i)
-        phases[i] = {readings[i].high.value, readings[i].low.value, readings[i].current.value};
-    return raw_data_text(phases, {data.test_mode, data.voltage, data.frequency});
 }
 
 // One direction of a test: its entry, its RAW data, and the clock number that it saw.
@@ -43,10 +41,16 @@ struct DirectionResult {
     int clock;
 };
 
+// Without a single phase there is no result.
+void require_one_phase(const QVL_TestData_3ph& data) {
+    const auto failed = [&](auto phase) { return (data.*phase).result != QVL_Success; };
+    if (std::ranges::all_of(phases_of_test, failed)) throw Failure(data.A.result);
+}
+
 DirectionResult measure_direction(Bench& bench, const QVL_Parameters_3ph& parameters, const Excitation& excitation,
                                   OwnedRecord& record) {
     const int clock = detect_clock(bench, excitation);
-    const ThreePairs pairs = winding_pairs({parameters.winding_hi, parameters.winding_lo, clock});
+    const ThreePairs pairs = winding_pairs(group_of(parameters, clock));
     const auto type = parameters.test_type;
     const auto readings = type == QVL_TestType_3ph_1_1
                               ? read_one_excited(bench, excitation, pairs)
@@ -64,31 +68,45 @@ DirectionResult measure_direction(Bench& bench, const QVL_Parameters_3ph& parame
     name_phases(pairs, record, data);
     const Phasing phasing = phasing_of(parameters, clock);
     for (std::size_t phase = 0; phase < 3; ++phase)
-        report_phase(bench, readings[phase], pairs[phase], phasing, data.nameplate_ratio, data.*phases_of_test[phase]);
-    report_sequences(other(excitation.side), data);
+        fill_phase(bench, readings[phase], pairs[phase], phasing, data.nameplate_ratio, data.*phases_of_test[phase]);
+    fill_sequences(other(excitation.side), data);
     if (parameters.magnetic_balance) read_magnetic_balance(bench, excitation, pairs, data);
-    return {&data, parameters.raw_data ? raw_data_of(readings, data) : "", clock};
+    require_one_phase(data);
+    return {&data, parameters.raw_data ? raw_data_text(readings, {data.test_mode, data.voltage, data.frequency}) : "",
+            clock};
+}
+
+Winding excited_winding(const QVL_Parameters_3ph& parameters, const QVL_TestData_3ph& data) {
+    return winding_of(data.test_mode == QVL_TestMode_VR_Up ? parameters.winding_lo : parameters.winding_hi).value();
 }
 
 bool steps_down_well(const QVL_TestData_3ph& down) {
-    return std::min({down.A.Voltage_Low, down.B.Voltage_Low, down.C.Voltage_Low}) >= well_measured_low;
+    return std::ranges::all_of(phases_of_test, [&](auto phase) {
+        return (down.*phase).result != QVL_Success || (down.*phase).Voltage_Low >= well_measured_low;
+    });
 }
 
 DirectionResult measure_both_directions(Bench& bench, const QVL_Parameters_3ph& parameters, OwnedRecord& record) {
     const double up_voltage = std::min(parameters.voltage, bench.limits.step_up_voltage);
-    const auto up = measure_direction(bench, parameters, {Side::low, up_voltage, parameters.frequency}, record);
-    const auto down =
-        measure_direction(bench, parameters, {Side::high, parameters.voltage, parameters.frequency}, record);
-    const DirectionResult& chosen = steps_down_well(*down.data) ? down : up;
+    std::optional<Failure> failure;
+    const auto half = [&](Side side, double voltage) {
+        return at_voltage_or_lower(
+            {side, voltage, parameters.frequency}, bench.limits, failure,
+            [&](const Excitation& excitation) { return measure_direction(bench, parameters, excitation, record); });
+    };
+    const auto up = half(Side::low, up_voltage);
+    const auto down = half(Side::high, parameters.voltage);
+    if (!up && !down) throw Failure(*failure);
+    const DirectionResult& chosen = down && (!up || steps_down_well(*down->data)) ? *down : *up;
 
     QVL_TestData_3ph& both = record.new_data_3ph();
     both = *chosen.data;
-    both.up = up.data;
-    both.down = down.data;
-    return {&both, up.raw_data + down.raw_data, chosen.clock};
+    both.up = up ? up->data : nullptr;
+    both.down = down ? down->data : nullptr;
+    return {&both, (up ? up->raw_data : "") + (down ? down->raw_data : ""), chosen.clock};
 }
 
-DirectionResult measure(Bench& bench, const QVL_Parameters_3ph& parameters, OwnedRecord& record) {
+DirectionResult measure_as_wanted(Bench& bench, const QVL_Parameters_3ph& parameters, OwnedRecord& record) {
     if (parameters.test_mode == QVL_TestMode_VR_Auto) return measure_both_directions(bench, parameters, record);
     const Side side = parameters.test_mode == QVL_TestMode_VR_Up ? Side::low : Side::high;
     return measure_direction(bench, parameters, {side, parameters.voltage, parameters.frequency}, record);
@@ -99,24 +117,20 @@ bool is_one_of(Value value, std::initializer_list<Value> values) {
     return std::ranges::find(values, value) != values.end();
 }
 
-bool is_winding(QVL_WindingType winding) {
-    return winding >= QVL_Winding_D && winding <= QVL_Winding_Zn;
-}
-
 }  // namespace
 
-void check(const QVL_Parameters_3ph& parameters, const Limits& limits) {
+void check_three_phase(const QVL_Parameters_3ph& parameters, const Limits& limits) {
     if (!is_one_of(parameters.test_type,
                    {QVL_TestType_3ph_3_3, QVL_TestType_3ph_1_1, QVL_TestType_3ph_3_1, QVL_TestType_3ph_Auto}) ||
         !is_one_of(parameters.test_mode, {QVL_TestMode_VR_Down, QVL_TestMode_VR_Up, QVL_TestMode_VR_Auto}) ||
-        !is_winding(parameters.winding_hi) || !is_winding(parameters.winding_lo) ||
+        !winding_of(parameters.winding_hi) || !winding_of(parameters.winding_lo) ||
         !std::isfinite(parameters.nameplate_ratio) || !std::isfinite(parameters.phase_shift))
         throw Failure(code::bad_parameter);
     check_excitation(parameters.voltage, parameters.frequency, limits);
 }
 
 void measure_three_phase(Bench& bench, const QVL_Parameters_3ph& parameters, OwnedRecord& record) {
-    DirectionResult result = measure(bench, parameters, record);
+    DirectionResult result = measure_as_wanted(bench, parameters, record);
     record.add_test(*result.data);
     record.set_raw_data(std::move(result.raw_data));
 
@@ -130,7 +144,8 @@ void measure_three_phase(Bench& bench, const QVL_Parameters_3ph& parameters, Own
     label.phase_shift = parameters.phase_shift;
     label.max_ratio_error = largest_ratio_error(*result.data);
     label.mag_balance = parameters.magnetic_balance ? 1 : 0;
-    label.max_mag_imbalance = parameters.magnetic_balance ? magnetic_imbalance(*result.data) : 0.0;
+    label.max_mag_imbalance =
+        parameters.magnetic_balance ? magnetic_imbalance(*result.data, excited_winding(parameters, *result.data)) : 0.0;
 }
 
 }  // namespace simulator

@@ -2,10 +2,6 @@
 
 namespace simulator {
 
-const char* OwnedRecord::keep(std::string_view text) {
-    return texts_.emplace_back(text).c_str();
-}
-
 QVL_TestData_3ph& OwnedRecord::new_data_3ph() {
     return data_3ph_.emplace_back();
 }

@@ -19,6 +19,22 @@ inline bool is_single_phase(const QVL_TestLabel& label) {
     return label.test_type == QVL_TestType_1ph;
 }
 
+// Texts that stay where they are.
+class Texts {
+  public:
+    // A copy of the text that lives as long as this.
+    const char* keep(std::string_view text) { return texts_.emplace_back(text).c_str(); }
+
+  private:
+    std::deque<std::string> texts_;
+};
+
+// Labels and what they point to.
+struct LabelList {
+    std::vector<QVL_TestLabel> labels;
+    Texts texts;
+};
+
 // Owns a record, its entries and its texts. Addresses stay the same while it lives.
 class OwnedRecord {
   public:
@@ -27,7 +43,7 @@ class OwnedRecord {
     OwnedRecord& operator=(const OwnedRecord&) = delete;
 
     // A copy of the text that lives as long as the record.
-    const char* keep(std::string_view text);
+    const char* keep(std::string_view text) { return texts_.keep(text); }
 
     // An entry that is part of the record's storage but not yet one of its tests.
     QVL_TestData_3ph& new_data_3ph();
@@ -36,7 +52,9 @@ class OwnedRecord {
     void add_test(const QVL_TestData_3ph& data);
     void add_test(const QVL_TestData_1ph& data);
     void set_raw_data(std::string text) { raw_data_ = std::move(text); }
+    const std::string& raw_data() const { return raw_data_; }
 
+    Texts& texts() { return texts_; }
     QVL_TestLabel& label() { return record_.label; }
     const QVL_TestLabel& label() const { return record_.label; }
 
@@ -45,7 +63,7 @@ class OwnedRecord {
 
   private:
     QVL_Test_Record record_{};
-    std::deque<std::string> texts_;
+    Texts texts_;
     std::deque<QVL_TestData_3ph> data_3ph_;
     std::deque<QVL_TestData_1ph> data_1ph_;
     std::vector<const QVL_TestData_3ph*> tests_3ph_;

@@ -7,6 +7,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace simulator {
 
@@ -29,6 +30,8 @@ inline constexpr QVL_ResultCode voltage_out_of_range{22};
 inline constexpr QVL_ResultCode frequency_out_of_range{23};
 inline constexpr QVL_ResultCode induced_voltage_too_high{24};
 inline constexpr QVL_ResultCode signal_too_small{25};
+inline constexpr QVL_ResultCode excitation_current_too_high{26};
+inline constexpr QVL_ResultCode no_steady_state{27};
 inline constexpr QVL_ResultCode database_not_loaded{30};
 inline constexpr QVL_ResultCode database_error{31};
 inline constexpr QVL_ResultCode card_missing{32};
@@ -57,17 +60,19 @@ constexpr bool is_success(QVL_ResultCode code) {
 }
 
 // The name of a code; codes that the instrument does not have share one name.
-const char* name_of(QVL_ResultCode code);
+const char* code_name(QVL_ResultCode code);
 
 // What the code means and what to do about it; null where the name says it all.
-const char* description_of(QVL_ResultCode code);
+const char* code_description(QVL_ResultCode code);
 
 std::optional<QVL_ResultCode> code_named(std::string_view name);
+
+std::vector<std::string> result_code_names();
 
 // Thrown where an operation cannot go on. The entry points turn it into its code.
 class Failure : public std::runtime_error {
   public:
-    explicit Failure(QVL_ResultCode code) : Failure(code, name_of(code)) {}
+    explicit Failure(QVL_ResultCode code) : Failure(code, code_name(code)) {}
     // `detail` tells more than the code's own description does.
     Failure(QVL_ResultCode code, const std::string& detail) : std::runtime_error(detail), code_(code) {}
     QVL_ResultCode code() const { return code_; }

@@ -1,65 +1,53 @@
 #include "simulator/store/store.h"
 
 #include "simulator/records/result_codes.h"
-#include "simulator/store/columns.h"
+#include "simulator/store/rows.h"
+
+#include <SQLiteCpp/VariadicBind.h>
+#include <fcntl.h>
+#include <sqlite3.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <ctime>
 #include <filesystem>
-#include <span>
 #include <system_error>
+#include <thread>
 
 namespace simulator {
 namespace {
+
+// Bytes of journal that are taken while there is room, because deleting has to work on a full disk.
+constexpr off_t journal_reserve = 1 << 20;
 
 // A test entry is stored as itself and, of an automatic test, its two halves.
 constexpr const char* whole_part = "";
 constexpr const char* up_part = "up";
 constexpr const char* down_part = "down";
 
-const char* sql_type(ColumnType type) {
-    switch (type) {
-    case ColumnType::integer:
-    case ColumnType::byte: return "INTEGER";
-    case ColumnType::real: return "REAL";
-    default: return "TEXT";
-    }
-}
-
-std::string definitions(std::span<const Column> columns) {
-    std::string sql;
-    for (const Column& column : columns) sql += std::string(", ") + column.name + " " + sql_type(column.type);
-    return sql;
-}
-
-std::string names(std::span<const Column> columns) {
-    std::string sql;
-    for (const Column& column : columns) sql += std::string(", ") + column.name;
-    return sql;
-}
-
 // What each version of the schema added to the one before.
 std::vector<std::string> schema_steps() {
     return {
-        "CREATE TABLE record (test_id TEXT PRIMARY KEY, created INTEGER NOT NULL" + definitions(label_columns()) +
+        "CREATE TABLE record (test_id TEXT PRIMARY KEY, created INTEGER NOT NULL" +
+            column_definitions<QVL_TestLabel>() +
             ");"
             "CREATE TABLE test (test INTEGER PRIMARY KEY, raw_data TEXT,"
             " test_id TEXT NOT NULL REFERENCES record ON DELETE CASCADE);"
             "CREATE INDEX test_of_record ON test (test_id);"
             "CREATE TABLE data_3ph (data INTEGER PRIMARY KEY, part TEXT NOT NULL,"
             " test INTEGER NOT NULL REFERENCES test ON DELETE CASCADE" +
-            definitions(data_3ph_columns()) +
+            column_definitions<QVL_TestData_3ph>() +
             ");"
             "CREATE UNIQUE INDEX data_of_test ON data_3ph (test, part);"
             "CREATE TABLE phase (data INTEGER NOT NULL REFERENCES data_3ph ON DELETE CASCADE, phase INTEGER NOT NULL" +
-            definitions(phase_columns()) +
+            column_definitions<QVL_TestData_Phase>() +
             ", PRIMARY KEY (data, phase));"
             "CREATE TABLE setting (name TEXT PRIMARY KEY, value INTEGER NOT NULL);",
 
         "CREATE TABLE data_1ph (test INTEGER PRIMARY KEY REFERENCES test ON DELETE CASCADE" +
-            definitions(data_1ph_columns()) + definitions(phase_columns()) +
+            column_definitions<QVL_TestData_1ph>() + column_definitions<QVL_TestData_Phase>() +
             ");"
             "CREATE TABLE attachment (test_id TEXT NOT NULL REFERENCES record ON DELETE CASCADE, name TEXT NOT NULL,"
             " content BLOB NOT NULL, PRIMARY KEY (test_id, name));"
@@ -69,97 +57,52 @@ std::vector<std::string> schema_steps() {
     };
 }
 
-// INSERT with a parameter for each of the keys and columns.
-std::string insertion(const std::string& table, const std::string& keys, std::span<const Column> columns,
-                      std::span<const Column> more_columns = {}) {
-    const auto key_count = static_cast<std::size_t>(std::ranges::count(keys, ',')) + 1;
-    std::string sql = "INSERT INTO " + table + " (" + keys + names(columns) + names(more_columns) + ") VALUES (?";
-    for (std::size_t i = 1; i < key_count + columns.size() + more_columns.size(); ++i) sql += ", ?";
-    return sql + ")";
-}
-
-template <class Field>
-Field field_of(const void* record, const Column& column) {
-    Field field;
-    std::memcpy(&field, static_cast<const std::byte*>(record) + column.offset, sizeof field);
-    return field;
-}
-
-template <class Field>
-void set_field(void* record, const Column& column, Field field) {
-    std::memcpy(static_cast<std::byte*>(record) + column.offset, &field, sizeof field);
-}
-
-std::optional<std::string_view> text_of(const char* text) {
-    return text ? std::optional<std::string_view>(text) : std::nullopt;
-}
-
-void bind_columns(Statement& statement, const void* record, std::span<const Column> columns) {
-    for (const Column& column : columns) {
-        switch (column.type) {
-        case ColumnType::integer: statement.bind(std::int64_t{field_of<std::int32_t>(record, column)}); break;
-        case ColumnType::byte: statement.bind(std::int64_t{field_of<std::uint8_t>(record, column)}); break;
-        case ColumnType::real: statement.bind(field_of<double>(record, column)); break;
-        case ColumnType::text: statement.bind(text_of(field_of<const char*>(record, column))); break;
-        case ColumnType::label_text:
-            statement.bind(std::string_view(static_cast<const char*>(record) + column.offset));
-            break;
-        }
-    }
-}
-
-// Takes the columns of the current row from `first` on.
-void take(const Statement& statement, int first, void* record, std::span<const Column> columns, OwnedRecord& owner) {
-    for (const Column& column : columns) {
-        const int at = first++;
-        switch (column.type) {
-        case ColumnType::integer: set_field(record, column, static_cast<std::int32_t>(statement.integer(at))); break;
-        case ColumnType::byte: set_field(record, column, static_cast<std::uint8_t>(statement.integer(at))); break;
-        case ColumnType::real: set_field(record, column, statement.real(at)); break;
-        case ColumnType::text: {
-            const auto text = statement.text(at);
-            set_field<const char*>(record, column, text ? owner.keep(*text) : nullptr);
-            break;
-        }
-        case ColumnType::label_text: {
-            const std::string text = statement.text(at).value_or("");
-            const auto size = std::min(text.size(), sizeof(QVL_TestLabel::label_text) - 1);
-            std::memcpy(static_cast<char*>(record) + column.offset, text.data(), size);
-            break;
-        }
-        }
-    }
-}
-
-std::string database_path(const std::string& folder) {
+const std::string& made(const std::string& folder) {
     std::error_code error;
     std::filesystem::create_directories(folder, error);
     if (error) throw Failure(code::database_error, folder + ": " + error.message());
-    return (std::filesystem::path(folder) / "instrument.sqlite").string();
+    return folder;
 }
 
-void make_schema(Database& database) {
-    Transaction transaction(database);
-    Statement version(database, "PRAGMA user_version");
-    version.step();
-    const auto found = static_cast<std::size_t>(version.integer(0));
-    version.run();
+// A transaction that writes takes the lock at once, so that what was read in it still holds when it writes, also with
+// another process on the same database. Rolled back unless it is committed.
+struct WriteTransaction : SQLite::Transaction {
+    explicit WriteTransaction(SQLite::Database& database)
+        : Transaction(database, SQLite::TransactionBehavior::IMMEDIATE) {}
+};
+
+void make_schema(SQLite::Database& database) {
+    WriteTransaction transaction(database);
+    const auto found = static_cast<std::size_t>(database.execAndGet("PRAGMA user_version").getInt64());
     const auto steps = schema_steps();
-    if (found > steps.size()) throw Failure(code::database_error, "the database was written by a newer version");
-    for (std::size_t step = found; step < steps.size(); ++step) database.execute(steps[step]);
-    database.execute("PRAGMA user_version = " + std::to_string(steps.size()));
+    if (found > steps.size())
+        throw Failure(code::database_error, database.getFilename() + ": a newer version has written it");
+    if (found == steps.size()) return;
+    for (std::size_t step = found; step < steps.size(); ++step) database.exec(steps[step]);
+    database.exec("PRAGMA user_version = " + std::to_string(steps.size()));
     transaction.commit();
 }
 
-template <class Record>
-std::string_view bytes_of(const Record& record) {
-    return {reinterpret_cast<const char*>(&record), sizeof record};
+// A disk without room for it leaves the journal without.
+void reserve_journal(SQLite::Database& database) {
+    const WriteTransaction alone(database);  // no other process has its journal in use
+    const int journal = open((database.getFilename() + "-journal").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644);
+    if (journal < 0) return;
+    posix_fallocate(journal, 0, journal_reserve);
+    close(journal);
 }
 
-template <class Record>
-void set_bytes(Record& record, std::string_view bytes) {
-    if (bytes.size() != sizeof record) throw Failure(code::database_error, "a stored record has a wrong size");
-    std::memcpy(&record, bytes.data(), sizeof record);
+DatabaseError damage(const std::string& what) {
+    return {what, SQLITE_CORRUPT};
+}
+
+void bind_bytes(SQLite::Statement& statement, int at, const auto& record) {
+    statement.bind(at, static_cast<const void*>(&record), sizeof record);
+}
+
+void take_bytes(const SQLite::Column& stored, auto& record) {
+    if (stored.size() != sizeof record) throw damage("the calibration or identity of a board has a wrong size");
+    std::memcpy(&record, stored.getBlob(), sizeof record);
 }
 
 // Among equals the older record comes first, whichever way the list runs; by time, the list is simply turned round.
@@ -185,43 +128,85 @@ std::string utc(std::int64_t time) {
     return text;
 }
 
-bool larger(double a, double b) {
-    return std::abs(a) > std::abs(b);
+std::int64_t now() {
+    return std::time(nullptr);
+}
+
+double larger(double a, double b) {
+    return std::abs(a) > std::abs(b) ? a : b;
 }
 
 }  // namespace
 
-Store::Store(const std::string& folder) : database_(database_path(folder)) {
-    database_.execute("PRAGMA foreign_keys = ON");
-    make_schema(database_);
+std::string database_path(const std::string& folder) {
+    return (std::filesystem::path(folder) / "instrument.sqlite").string();
 }
 
-bool Store::exists(std::string_view test_id) {
-    Statement query(database_, "SELECT 1 FROM record WHERE test_id = ?");
-    return query.bind(test_id).step();
+bool is_damage(const DatabaseError& error) {
+    return error.getErrorCode() == SQLITE_CORRUPT || error.getErrorCode() == SQLITE_NOTADB;
+}
+
+Store::Store(const std::string& folder)
+    : database_(database_path(made(folder)), SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE) {
+    database_.check(sqlite3_busy_handler(
+        database_.getHandle(), [](void* store, int) { return static_cast<Store*>(store)->wait_for_others() ? 1 : 0; },
+        this));
+    database_.exec("PRAGMA auto_vacuum = FULL");      // of a new database: what is deleted is room on the disk
+    database_.exec("PRAGMA journal_mode = PERSIST");  // the journal keeps its reserve
+    database_.exec("PRAGMA journal_size_limit = " + std::to_string(journal_reserve));
+    database_.exec("PRAGMA secure_delete = OFF");  // pages that become free need no journal
+    database_.exec("PRAGMA temp_store = MEMORY");
+    database_.exec("PRAGMA foreign_keys = ON");
+    make_schema(database_);
+    reserve_journal(database_);
+}
+
+void Store::begin_operation() {
+    waited_ = Seconds::zero();
+}
+
+bool Store::wait_for_others() {
+    constexpr Seconds longest{5.0}, pause{0.005};
+    if (waited_ >= longest) return false;
+    const auto start = std::chrono::steady_clock::now();
+    std::this_thread::sleep_for(pause);
+    waited_ += std::chrono::steady_clock::now() - start;
+    return true;
+}
+
+bool Store::exists(const std::string& test_id) {
+    SQLite::Statement query(database_, "SELECT 1 FROM record WHERE test_id = ?");
+    SQLite::bind(query, test_id);
+    return query.executeStep();
 }
 
 std::int64_t Store::record_count() {
-    Statement query(database_, "SELECT count(*) FROM record");
-    query.step();
-    return query.integer(0);
+    return database_.execAndGet("SELECT count(*) FROM record").getInt64();
 }
 
 void Store::store_new(OwnedRecord& record, std::int64_t capacity) {
-    Transaction transaction(database_);
+    WriteTransaction transaction(database_);
     if (record_count() >= capacity) throw Failure(code::database_full);
-    insert_record(record, std::time(nullptr));
+    insert_record(record, now());
     transaction.commit();
 }
 
 void Store::store_first(const std::function<std::vector<DatedRecord>()>& make_records) {
-    constexpr std::string_view done = "first_records";
+    constexpr const char* done = "first_records";
     if (setting(done)) return;
     auto records = make_records();
-    Transaction transaction(database_);
+    WriteTransaction transaction(database_);
     if (setting(done)) return;
     for (const auto& [record, time] : records) insert_record(*record, time);
-    Statement(database_, "INSERT INTO setting (name, value) VALUES (?, 1)").bind(done).run();
+    set_setting(done, 1);
+    transaction.commit();
+}
+
+void Store::store_missing(const std::string& test_id, const std::function<DatedRecord()>& make_record) {
+    WriteTransaction transaction(database_);
+    if (exists(test_id)) return;
+    const auto [record, time] = make_record();
+    insert_record(*record, time);
     transaction.commit();
 }
 
@@ -229,45 +214,42 @@ void Store::insert_record(OwnedRecord& record, std::int64_t time) {
     QVL_TestLabel& label = record.label();
     const std::string test_id(label.test_id);
     if (exists(test_id)) throw Failure(code::record_exists);
-    {
-        Statement highest(database_, "SELECT coalesce(max(test_number), 0) FROM record");
-        highest.step();
-        label.test_number = static_cast<std::uint32_t>(highest.integer(0) + 1);
-    }
-    Statement insert(database_, insertion("record", "test_id, created", label_columns()));
-    insert.bind(test_id).bind(time);
-    bind_columns(insert, &label, label_columns());
-    insert.run();
+    label.test_number = database_.execAndGet("SELECT coalesce(max(test_number), 0) + 1 FROM record").getUInt();
+    SQLite::Statement insert(database_, insertion<QVL_TestLabel>("record", "test_id, created"));
+    SQLite::bind(insert, test_id, time);
+    bind_columns(insert, 3, label);
+    insert.exec();
     insert_test(test_id, *record.record());
 }
 
 void Store::append(OwnedRecord& record) {
     QVL_TestLabel& label = record.label();
     const std::string test_id(label.test_id);
-    Transaction transaction(database_);
+    WriteTransaction transaction(database_);
     {
-        Statement query(database_, "SELECT test_number, test_type, max_ratio_error, max_mag_imbalance, mag_balance"
-                                   " FROM record WHERE test_id = ?");
-        if (!query.bind(test_id).step()) throw Failure(code::no_such_record);
-        if ((query.integer(1) == QVL_TestType_1ph) != (label.test_type == QVL_TestType_1ph))
+        SQLite::Statement stored(database_, "SELECT test_number, test_type, max_ratio_error, max_mag_imbalance,"
+                                            " mag_balance FROM record WHERE test_id = ?");
+        SQLite::bind(stored, test_id);
+        if (!stored.executeStep()) throw Failure(code::no_such_record);
+        if ((stored.getColumn(1).getInt() == QVL_TestType_1ph) != is_single_phase(label))
             throw Failure(code::wrong_record_type);
-        label.test_number = static_cast<std::uint32_t>(query.integer(0));
-        Statement update(database_, "UPDATE record SET max_ratio_error = ?, max_mag_imbalance = ?, mag_balance = ?"
-                                    " WHERE test_id = ?");
-        update.bind(larger(label.max_ratio_error, query.real(2)) ? label.max_ratio_error : query.real(2))
-            .bind(std::max(label.max_mag_imbalance, query.real(3)))
-            .bind(std::max<std::int64_t>(label.mag_balance, query.integer(4)))
-            .bind(test_id)
-            .run();
+        label.test_number = stored.getColumn(0).getUInt();
+        SQLite::Statement update(database_, "UPDATE record SET max_ratio_error = ?, max_mag_imbalance = ?,"
+                                            " mag_balance = ? WHERE test_id = ?");
+        SQLite::bind(update, larger(label.max_ratio_error, stored.getColumn(2)),
+                     std::max(label.max_mag_imbalance, stored.getColumn(3).getDouble()),
+                     std::max<int>(label.mag_balance, stored.getColumn(4)), test_id);
+        update.exec();
     }
     insert_test(test_id, *record.record());
     transaction.commit();
 }
 
 void Store::insert_test(const std::string& test_id, const QVL_Test_Record& record) {
-    Statement insert(database_, "INSERT INTO test (test_id, raw_data) VALUES (?, ?)");
-    insert.bind(test_id).bind(text_of(record.raw_data)).run();
-    const std::int64_t test = database_.last_row();
+    SQLite::Statement insert(database_, "INSERT INTO test (test_id, raw_data) VALUES (?, ?)");
+    SQLite::bind(insert, test_id, record.raw_data);
+    insert.exec();
+    const std::int64_t test = database_.getLastInsertRowid();
     for (std::uint32_t i = 0; i < record.test_count; ++i) {
         if (is_single_phase(record.label)) {
             insert_data(test, *record.data_1ph[i]);
@@ -281,72 +263,85 @@ void Store::insert_test(const std::string& test_id, const QVL_Test_Record& recor
 }
 
 void Store::insert_data(std::int64_t test, const char* part, const QVL_TestData_3ph& data) {
-    Statement insert(database_, insertion("data_3ph", "test, part", data_3ph_columns()));
-    insert.bind(test).bind(std::string_view(part));
-    bind_columns(insert, &data, data_3ph_columns());
-    insert.run();
-    const std::int64_t row = database_.last_row();
+    SQLite::Statement insert(database_, insertion<QVL_TestData_3ph>("data_3ph", "test, part"));
+    SQLite::bind(insert, test, part);
+    bind_columns(insert, 3, data);
+    insert.exec();
+    const std::int64_t row = database_.getLastInsertRowid();
+    SQLite::Statement insert_phase(database_, insertion<QVL_TestData_Phase>("phase", "data, phase"));
     for (std::size_t phase = 0; phase < phases_of_test.size(); ++phase) {
-        Statement insert_phase(database_, insertion("phase", "data, phase", phase_columns()));
-        insert_phase.bind(row).bind(static_cast<std::int64_t>(phase));
-        bind_columns(insert_phase, &(data.*phases_of_test[phase]), phase_columns());
-        insert_phase.run();
+        SQLite::bind(insert_phase, row, static_cast<std::int64_t>(phase));
+        bind_columns(insert_phase, 3, data.*phases_of_test[phase]);
+        insert_phase.exec();
+        insert_phase.reset();
     }
 }
 
 void Store::insert_data(std::int64_t test, const QVL_TestData_1ph& data) {
-    Statement insert(database_, insertion("data_1ph", "test", data_1ph_columns(), phase_columns()));
-    insert.bind(test);
-    bind_columns(insert, &data, data_1ph_columns());
-    bind_columns(insert, &data.phase, phase_columns());
-    insert.run();
+    SQLite::Statement insert(database_, insertion<QVL_TestData_1ph, QVL_TestData_Phase>("data_1ph", "test"));
+    SQLite::bind(insert, test);
+    bind_columns(insert, 2, data);
+    bind_columns(insert, 2 + column_count<QVL_TestData_1ph>, data.phase);
+    insert.exec();
 }
 
-std::unique_ptr<OwnedRecord> Store::read(std::string_view test_id, bool with_raw_data) {
+std::unique_ptr<OwnedRecord> Store::read(const std::string& test_id, bool with_raw_data) {
     auto record = std::make_unique<OwnedRecord>();
-    Transaction transaction(database_, Transaction::Kind::read);
-    Statement query(database_, "SELECT test_id" + names(label_columns()) + " FROM record WHERE test_id = ?");
-    if (!query.bind(test_id).step()) throw Failure(code::no_such_record);
-    record->label().test_id = record->keep(*query.text(0));
-    take(query, 1, &record->label(), label_columns(), *record);
+    SQLite::Transaction one_state(database_);
+    SQLite::Statement query(database_,
+                            "SELECT test_id" + column_names<QVL_TestLabel>() + " FROM record WHERE test_id = ?");
+    SQLite::bind(query, test_id);
+    if (!query.executeStep()) throw Failure(code::no_such_record);
+    take_label(query, record->label(), record->texts());
 
     std::string raw_data;
-    Statement tests(database_, "SELECT test, raw_data FROM test WHERE test_id = ? ORDER BY test");
-    tests.bind(test_id);
-    while (tests.step()) {
+    SQLite::Statement tests(database_, "SELECT test, raw_data FROM test WHERE test_id = ? ORDER BY test");
+    SQLite::bind(tests, test_id);
+    while (tests.executeStep()) {
+        const std::int64_t test = tests.getColumn(0);
         if (is_single_phase(record->label())) {
-            read_single_phase(tests.integer(0), *record);
-        } else if (const auto* data = read_data(tests.integer(0), whole_part, *record)) {
+            read_single_phase(test, *record);
+        } else if (const auto* data = read_data(test, whole_part, *record)) {
             record->add_test(*data);
         }
-        if (with_raw_data) raw_data += tests.text(1).value_or("");
+        if (with_raw_data) raw_data += tests.getColumn(1).getString();
     }
     record->set_raw_data(std::move(raw_data));
     return record;
 }
 
+void Store::take_label(SQLite::Statement& row, QVL_TestLabel& label, Texts& texts) {
+    label.test_id = texts.keep(row.getColumn(0).getString());
+    take_columns(row, 1, label, texts);
+}
+
 void Store::read_single_phase(std::int64_t test, OwnedRecord& record) {
-    Statement query(database_, "SELECT test" + names(data_1ph_columns()) + names(phase_columns()) +
-                                   " FROM data_1ph WHERE test = ?");
-    if (!query.bind(test).step()) return;
+    SQLite::Statement query(database_, "SELECT test" + column_names<QVL_TestData_1ph>() +
+                                           column_names<QVL_TestData_Phase>() + " FROM data_1ph WHERE test = ?");
+    SQLite::bind(query, test);
+    if (!query.executeStep()) return;
     QVL_TestData_1ph& data = record.new_data_1ph();
-    take(query, 1, &data, data_1ph_columns(), record);
-    take(query, 1 + static_cast<int>(data_1ph_columns().size()), &data.phase, phase_columns(), record);
+    take_columns(query, 1, data, record.texts());
+    take_columns(query, 1 + column_count<QVL_TestData_1ph>, data.phase, record.texts());
     record.add_test(data);
 }
 
 const QVL_TestData_3ph* Store::read_data(std::int64_t test, const char* part, OwnedRecord& record) {
-    Statement query(database_,
-                    "SELECT data" + names(data_3ph_columns()) + " FROM data_3ph WHERE test = ? AND part = ?");
-    if (!query.bind(test).bind(std::string_view(part)).step()) return nullptr;
+    SQLite::Statement query(database_, "SELECT data" + column_names<QVL_TestData_3ph>() +
+                                           " FROM data_3ph WHERE test = ? AND part = ?");
+    SQLite::bind(query, test, part);
+    if (!query.executeStep()) return nullptr;
     QVL_TestData_3ph& data = record.new_data_3ph();
-    take(query, 1, &data, data_3ph_columns(), record);
+    take_columns(query, 1, data, record.texts());
 
-    Statement phase_query(database_, "SELECT phase" + names(phase_columns()) + " FROM phase WHERE data = ?");
-    phase_query.bind(query.integer(0));
-    while (phase_query.step())
-        take(phase_query, 1, &(data.*phases_of_test.at(static_cast<std::size_t>(phase_query.integer(0)))),
-             phase_columns(), record);
+    SQLite::Statement phases(database_,
+                             "SELECT phase" + column_names<QVL_TestData_Phase>() + " FROM phase WHERE data = ?");
+    SQLite::bind(phases, query.getColumn(0).getInt64());
+    while (phases.executeStep()) {
+        const std::uint32_t phase = phases.getColumn(0);
+        if (phase >= phases_of_test.size()) throw damage("a test has a phase of number " + std::to_string(phase));
+        take_columns(phases, 1, data.*phases_of_test[phase], record.texts());
+    }
 
     if (part == whole_part) {
         data.up = read_data(test, up_part, record);
@@ -355,113 +350,176 @@ const QVL_TestData_3ph* Store::read_data(std::int64_t test, const char* part, Ow
     return &data;
 }
 
-std::vector<std::unique_ptr<OwnedRecord>> Store::list(QVL_OrderField field, bool ascending) {
-    std::vector<std::unique_ptr<OwnedRecord>> records;
-    Statement query(database_,
-                    "SELECT test_id" + names(label_columns()) + " FROM record ORDER BY " + order_by(field, ascending));
-    while (query.step()) {
-        auto record = std::make_unique<OwnedRecord>();
-        record->label().test_id = record->keep(*query.text(0));
-        take(query, 1, &record->label(), label_columns(), *record);
-        records.push_back(std::move(record));
+LabelList Store::list(QVL_OrderField field, bool ascending) {
+    SQLite::Transaction one_state(database_);
+    std::vector<std::int64_t> rows;  // in their order, so that no more than keys are sorted
+    SQLite::Statement order(database_, "SELECT rowid FROM record ORDER BY " + order_by(field, ascending));
+    while (order.executeStep()) rows.push_back(order.getColumn(0));
+
+    LabelList list;
+    list.labels.resize(rows.size());
+    SQLite::Statement query(database_,
+                            "SELECT test_id" + column_names<QVL_TestLabel>() + " FROM record WHERE rowid = ?");
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        query.bind(1, rows[i]);
+        if (query.executeStep()) take_label(query, list.labels[i], list.texts);
+        query.reset();
     }
-    return records;
+    return list;
 }
 
-void Store::remove(std::string_view test_id) {
-    Statement(database_, "DELETE FROM record WHERE test_id = ?").bind(test_id).run();
-    if (database_.changed_rows() == 0) throw Failure(code::no_such_record);
+void Store::remove(const std::string& test_id) {
+    require_record(test_id);
+    try {
+        delete_record(test_id);
+    } catch (const DatabaseError& error) {
+        if (error.getErrorCode() != SQLITE_FULL) throw;
+        remove_piecemeal(test_id);
+    }
+}
+
+// On a full disk the journal's reserve may not do for a large record at once, but it does for test after test.
+void Store::remove_piecemeal(const std::string& test_id) {
+    SQLite::Statement test(database_, "DELETE FROM test WHERE test = (SELECT max(test) FROM test WHERE test_id = ?)");
+    test.bind(1, test_id);
+    while (test.exec() > 0) test.reset();
+    delete_record(test_id);
+}
+
+void Store::delete_record(const std::string& test_id) {
+    SQLite::Statement deletion(database_, "DELETE FROM record WHERE test_id = ?");
+    deletion.bind(1, test_id);
+    deletion.exec();
 }
 
 void Store::clear() {
-    database_.execute("DELETE FROM record");
+    try {
+        empty_tables();
+    } catch (const DatabaseError& error) {
+        if (error.getErrorCode() != SQLITE_FULL) throw;
+        SQLite::Statement test(database_, "DELETE FROM test WHERE test = (SELECT max(test) FROM test)");
+        while (test.exec() > 0) test.reset();
+        empty_tables();
+    }
 }
 
-void Store::require_record(std::string_view test_id) {
+// Without foreign keys whole tables are emptied at once and not row by row, which needs little journal.
+void Store::empty_tables() {
+    database_.exec("PRAGMA foreign_keys = OFF");
+    try {
+        WriteTransaction transaction(database_);
+        for (const char* table : {"phase", "data_3ph", "data_1ph", "attachment", "test", "record"})
+            database_.exec(std::string("DELETE FROM ") + table);
+        transaction.commit();
+    } catch (...) {
+        database_.exec("PRAGMA foreign_keys = ON");
+        throw;
+    }
+    database_.exec("PRAGMA foreign_keys = ON");
+}
+
+void Store::require_record(const std::string& test_id) {
     if (!exists(test_id)) throw Failure(code::no_such_record);
 }
 
-bool Store::has_attachment(std::string_view test_id, std::string_view name) {
+bool Store::has_attachment(const std::string& test_id, const std::string& name) {
     require_record(test_id);
-    Statement query(database_, "SELECT 1 FROM attachment WHERE test_id = ? AND name = ?");
-    return query.bind(test_id).bind(name).step();
+    SQLite::Statement query(database_, "SELECT 1 FROM attachment WHERE test_id = ? AND name = ?");
+    SQLite::bind(query, test_id, name);
+    return query.executeStep();
 }
 
-void Store::attach(std::string_view test_id, std::string_view name, std::string_view content) {
-    Transaction transaction(database_);
+void Store::attach(const std::string& test_id, const std::string& name, const std::string& content) {
+    WriteTransaction transaction(database_);
     if (has_attachment(test_id, name)) throw Failure(code::attachment_exists);
-    Statement(database_, "INSERT INTO attachment (test_id, name, content) VALUES (?, ?, ?)")
-        .bind(test_id)
-        .bind(name)
-        .bind_bytes(content)
-        .run();
+    SQLite::Statement insert(database_, "INSERT INTO attachment (test_id, name, content) VALUES (?, ?, ?)");
+    SQLite::bind(insert, test_id, name);
+    insert.bind(3, static_cast<const void*>(content.data()), static_cast<int>(content.size()));
+    insert.exec();
     transaction.commit();
 }
 
-std::string Store::attachment(std::string_view test_id, std::string_view name) {
-    Transaction transaction(database_, Transaction::Kind::read);
+std::string Store::attachment(const std::string& test_id, const std::string& name) {
+    SQLite::Transaction one_state(database_);
     require_record(test_id);
-    Statement query(database_, "SELECT content FROM attachment WHERE test_id = ? AND name = ?");
-    if (!query.bind(test_id).bind(name).step()) throw Failure(code::no_such_attachment);
-    return query.text(0).value_or("");
+    SQLite::Statement query(database_, "SELECT content FROM attachment WHERE test_id = ? AND name = ?");
+    SQLite::bind(query, test_id, name);
+    if (!query.executeStep()) throw Failure(code::no_such_attachment);
+    return query.getColumn(0).getString();
 }
 
-void Store::detach(std::string_view test_id, std::string_view name) {
-    Transaction transaction(database_);
+void Store::detach(const std::string& test_id, const std::string& name) {
+    WriteTransaction transaction(database_);
     if (!has_attachment(test_id, name)) throw Failure(code::no_such_attachment);
-    Statement(database_, "DELETE FROM attachment WHERE test_id = ? AND name = ?").bind(test_id).bind(name).run();
+    SQLite::Statement deletion(database_, "DELETE FROM attachment WHERE test_id = ? AND name = ?");
+    SQLite::bind(deletion, test_id, name);
+    deletion.exec();
     transaction.commit();
 }
 
-std::optional<std::int64_t> Store::setting(std::string_view name) {
-    Statement query(database_, "SELECT value FROM setting WHERE name = ?");
-    if (!query.bind(name).step()) return std::nullopt;
-    return query.integer(0);
+std::optional<std::int64_t> Store::setting(const std::string& name) {
+    SQLite::Statement query(database_, "SELECT value FROM setting WHERE name = ?");
+    SQLite::bind(query, name);
+    if (!query.executeStep()) return std::nullopt;
+    return query.getColumn(0).getInt64();
+}
+
+void Store::set_setting(const std::string& name, std::int64_t value) {
+    SQLite::Statement replace(database_, "INSERT OR REPLACE INTO setting (name, value) VALUES (?, ?)");
+    SQLite::bind(replace, name, value);
+    replace.exec();
 }
 
 void Store::set_settings(const std::vector<Setting>& settings) {
-    Transaction transaction(database_);
-    for (const Setting& setting : settings)
-        Statement(database_, "INSERT OR REPLACE INTO setting (name, value) VALUES (?, ?)")
-            .bind(setting.name)
-            .bind(setting.value)
-            .run();
+    WriteTransaction transaction(database_);
+    for (const auto& [name, value] : settings) set_setting(name, value);
     transaction.commit();
 }
 
-std::optional<BoardMemory> Store::board(std::string_view board) {
-    Statement query(database_, "SELECT calibration, calibrated, identity FROM board WHERE board = ?");
-    if (!query.bind(board).step()) return std::nullopt;
+std::optional<BoardMemory> Store::board(const std::string& board) {
+    SQLite::Statement query(database_, "SELECT calibration, calibrated, identity FROM board WHERE board = ?");
+    SQLite::bind(query, board);
+    if (!query.executeStep()) return std::nullopt;
     BoardMemory memory;
-    set_bytes(memory.calibration, query.text(0).value_or(""));
-    if (query.text(1)) memory.calibrated = query.integer(1);
-    set_bytes(memory.identity, query.text(2).value_or(""));
+    take_bytes(query.getColumn(0), memory.calibration);
+    if (!query.isColumnNull(1)) memory.calibrated = query.getColumn(1).getInt64();
+    take_bytes(query.getColumn(2), memory.identity);
     return memory;
 }
 
-void Store::set_board(std::string_view board, const BoardMemory& memory) {
-    Statement replace(database_,
-                      "INSERT OR REPLACE INTO board (board, calibration, calibrated, identity) VALUES (?, ?, ?, ?)");
-    replace.bind(board).bind_bytes(bytes_of(memory.calibration));
-    if (memory.calibrated) {
-        replace.bind(*memory.calibrated);
-    } else {
-        replace.bind(std::nullopt);
-    }
-    replace.bind_bytes(bytes_of(memory.identity)).run();
+BoardMemory Store::change_board(const std::string& board, const BoardMemory& otherwise,
+                                const std::function<void(BoardMemory&)>& change) {
+    WriteTransaction transaction(database_);
+    BoardMemory memory = this->board(board).value_or(otherwise);
+    change(memory);
+    set_board(board, memory);
+    transaction.commit();
+    return memory;
 }
 
-void Store::log(std::string_view text) {
-    Statement(database_, "INSERT INTO log (time, text) VALUES (?, ?)")
-        .bind(std::int64_t{std::time(nullptr)})
-        .bind(text)
-        .run();
+void Store::set_board(const std::string& board, const BoardMemory& memory) {
+    SQLite::Statement replace(
+        database_, "INSERT OR REPLACE INTO board (board, calibration, calibrated, identity) VALUES (?, ?, ?, ?)");
+    SQLite::bind(replace, board);
+    bind_bytes(replace, 2, memory.calibration);
+    if (memory.calibrated) replace.bind(3, *memory.calibrated);
+    bind_bytes(replace, 4, memory.identity);
+    replace.exec();
 }
 
-std::string Store::log() {
+void Store::add_log_line(const std::string& text) {
+    SQLite::Statement insert(database_, "INSERT INTO log (time, text) VALUES (?, ?)");
+    SQLite::bind(insert, now(), text);
+    insert.exec();
+}
+
+std::string Store::log_text() {
     std::string all;
-    Statement query(database_, "SELECT time, text FROM log ORDER BY entry");
-    while (query.step()) all.append(utc(query.integer(0))).append(" ").append(*query.text(1)).append("\n");
+    SQLite::Statement query(database_, "SELECT time, text FROM log ORDER BY entry");
+    while (query.executeStep()) {
+        if (query.isColumnNull(1)) throw damage("a line of the device log has no text");
+        all.append(utc(query.getColumn(0))).append(" ").append(query.getColumn(1).getString()).append("\n");
+    }
     return all;
 }
 

@@ -24,12 +24,12 @@ constexpr int lead_of(int step) {
 
 // How well a winding lends itself to be measured from its terminals to its star point. A zigzag winding comes first:
 // flux that all limbs carry alike shows neither in its phase voltages nor in the line voltages of its partner.
-int star_preference(QVL_WindingType winding) {
+int star_preference(Winding winding) {
     switch (winding) {
-    case QVL_Winding_Zn: return 4;
-    case QVL_Winding_Z: return 3;
-    case QVL_Winding_Yn: return 2;
-    case QVL_Winding_Y: return 1;
+    case Winding::Zn: return 4;
+    case Winding::Z: return 3;
+    case Winding::Yn: return 2;
+    case Winding::Y: return 1;
     default: return 0;
     }
 }
@@ -71,14 +71,14 @@ Pairing pairing_of(const VectorGroup& group) {
     return {};
 }
 
-TerminalPair pair_at(int terminal, int step, QVL_WindingType winding) {
+TerminalPair pair_at(int terminal, int step, Winding winding) {
     if (step == phase_to_star) return {terminal, has_neutral(winding) ? neutral : star_point};
     return {terminal, (terminal + step) % 3};
 }
 
-Complex voltage_of(Side side, int terminal, const std::array<Complex, terminal_count>& terminals) {
+Waveform voltage_of(Side side, int terminal, const std::array<Waveform, terminal_count>& terminals) {
     const auto* of_side = terminals.data() + terminal_of(side, 0);
-    if (terminal == star_point) return (of_side[0] + of_side[1] + of_side[2]) / 3.0;
+    if (terminal == star_point) return 1.0 / 3.0 * (of_side[0] + of_side[1] + of_side[2]);
     return of_side[terminal];
 }
 
@@ -98,18 +98,18 @@ std::array<WindingPair, 3> winding_pairs(const VectorGroup& group) {
     return pairs;
 }
 
-Complex voltage_across(Side side, const TerminalPair& pair, const std::array<Complex, terminal_count>& terminals) {
+Waveform voltage_across(Side side, const TerminalPair& pair, const std::array<Waveform, terminal_count>& terminals) {
     return voltage_of(side, pair.from, terminals) - voltage_of(side, pair.to, terminals);
 }
 
-std::string name_of(Side side, int terminal) {
+std::string terminal_name(Side side, int terminal) {
     const char letter = side == Side::high ? 'H' : 'X';
     if (terminal == star_point) return "N";
     return letter + std::to_string(terminal == neutral ? 0 : terminal + 1);
 }
 
-std::string name_of(Side side, const TerminalPair& pair) {
-    return name_of(side, pair.from) + "-" + name_of(side, pair.to);
+std::string pair_name(Side side, const TerminalPair& pair) {
+    return terminal_name(side, pair.from) + "-" + terminal_name(side, pair.to);
 }
 
 double line_ratio_factor(const WindingPair& pair) {

@@ -3,71 +3,36 @@
 
 #include "api/qvl_api.h"
 #include "simulator/records/result_codes.h"
-#include "simulator/store/columns.h"
+#include "tester/report/formatter.h"
+#include "tests/temp_folder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <cstdlib>
-#include <cstring>
-#include <filesystem>
-#include <fstream>
 #include <memory>
 #include <string>
 #include <vector>
 
 namespace simulator {
 
-inline std::string bytes_of(const void* record, std::span<const Column> columns) {
-    std::string text;
-    for (const auto& [name, type, offset] : columns) {
-        const char* field = static_cast<const char*>(record) + offset;
-        const char* characters = field;
-        if (type == ColumnType::text) std::memcpy(&characters, field, sizeof characters);
-        text.append(name).push_back('=');
-        if (type == ColumnType::text || type == ColumnType::label_text)
-            text.append(characters ? characters : "(none)");
-        else
-            text.append(field, type == ColumnType::real ? 8 : type == ColumnType::byte ? 1 : 4);
-        text.push_back('\n');
-    }
-    return text;
-}
-
-inline std::string bytes_of(const QVL_TestData_3ph& data) {
-    std::string text = bytes_of(&data, data_3ph_columns());
-    for (const auto* phase : {&data.A, &data.B, &data.C}) text += bytes_of(phase, phase_columns());
-    if (data.up) text += "UP\n" + bytes_of(*data.up);
-    if (data.down) text += "DOWN\n" + bytes_of(*data.down);
-    return text;
-}
-
-inline std::string bytes_of(const QVL_TestData_1ph& data) {
-    return bytes_of(&data, data_1ph_columns()) + bytes_of(&data.phase, phase_columns());
-}
-
-// Every stored field of a record, doubles to the bit.
-inline std::string bytes_of(const QVL_Test_Record& record) {
-    std::string text = record.label.test_id + bytes_of(&record.label, label_columns());
-    for (std::uint32_t i = 0; i < record.test_count; ++i)
-        text +=
-            record.label.test_type == QVL_TestType_1ph ? bytes_of(*record.data_1ph[i]) : bytes_of(*record.data_3ph[i]);
-    return text + record.raw_data;
-}
-
 struct GiveBack {
     void operator()(const QVL_Test_Record* record) const { EXPECT_EQ(QVL_FreeTestRecord(record), QVL_Success); }
 };
 using Record = std::unique_ptr<const QVL_Test_Record, GiveBack>;
 
+// All that an operator sees of a record: its report as the console tester prints it, and its RAW data.
+inline std::string text_of(const Record& record) {
+    std::ostringstream report;
+    QVL_Test_Output::ResultsToText_S(record.get(), report, false);
+    return report.str() + record->raw_data;
+}
+
 class DeviceApi : public testing::Test {
   protected:
     DeviceApi() {
-        std::string pattern = (std::filesystem::temp_directory_path() / "simulator-XXXXXX").string();
-        folder_ = mkdtemp(pattern.data());
-        setenv("ZERKO_SIM_STATE", (folder_ / "state").c_str(), 1);
-        setenv("ZERKO_SIM_INSTRUMENT", (folder_ / "instrument.toml").c_str(), 1);
+        setenv("ZERKO_SIM_STATE", state_.c_str(), 1);
+        setenv("ZERKO_SIM_INSTRUMENT", instrument_.c_str(), 1);
         setenv("ZERKO_SIM_TIME_SCALE", "0", 1);
         describe("");
         parameters_.winding_lo = QVL_Winding_Yn;
@@ -79,23 +44,21 @@ class DeviceApi : public testing::Test {
         parameters_.raw_data = single_phase_.raw_data = true;
     }
 
-    ~DeviceApi() override {
-        QVL_Lib_Shutdown();
-        std::filesystem::remove_all(folder_);
-    }
+    ~DeviceApi() override { QVL_Lib_Shutdown(); }
 
     void describe(const std::string& text) {
-        const auto file = folder_ / "instrument.toml";
-        std::ofstream(file) << text;
+        write_file(instrument_, text);
         // A new time even on a file system with coarse ones.
-        std::filesystem::last_write_time(file, std::filesystem::file_time_type() + std::chrono::seconds(++changes_));
+        last_write_time(instrument_, std::filesystem::file_time_type() + std::chrono::seconds(++changes_));
+    }
+
+    // The instrument is described anew while it runs.
+    void redescribe(const std::string& text) {
+        describe(text);
+        QVL_GetStatus(&status_);
     }
 
     QVL_ResultCode start() { return QVL_Lib_Initialize(nullptr, nullptr, QVL_Lib_Mode_Console, false); }
-
-    QVL_ResultCode start_at(const char* port) {
-        return QVL_Lib_InitializeTestStation(port, nullptr, nullptr, QVL_Lib_Mode_Console, false);
-    }
 
     void restart() {
         ASSERT_EQ(QVL_Lib_Shutdown(), QVL_Success);
@@ -105,9 +68,16 @@ class DeviceApi : public testing::Test {
     // A new instrument of that description.
     void start_new(const std::string& description) {
         QVL_Lib_Shutdown();  // of the one before, if there was one
-        std::filesystem::remove_all(folder_ / "state");
+        std::filesystem::remove_all(state_);
         describe(description);
         ASSERT_EQ(start(), QVL_Success);
+    }
+
+    // A start's code and what it says on standard error.
+    std::pair<QVL_ResultCode, std::string> start_and_errors() {
+        testing::internal::CaptureStderr();
+        const QVL_ResultCode code = start();
+        return {code, testing::internal::GetCapturedStderr()};
     }
 
     QVL_ResultCode test(const char* id, QVL_DBAction action, Record* result = nullptr) {
@@ -131,23 +101,10 @@ class DeviceApi : public testing::Test {
         return record;
     }
 
-    Record read(const char* id, QVL_ResultCode expected = QVL_Success) {
+    Record read(const std::string& id, QVL_ResultCode expected = QVL_Success) {
         QVL_Test_Record* record = nullptr;
-        EXPECT_EQ(QVL_ReadRecord(id, true, &record), expected);
+        EXPECT_EQ(QVL_ReadRecord(id.c_str(), true, &record), expected);
         return Record(record);
-    }
-
-    // The instrument is described anew while it runs.
-    void redescribe(const std::string& text) {
-        describe(text);
-        QVL_Status status;
-        QVL_GetStatus(&status);
-    }
-
-    QVL_ResultCode tested(const std::string& description, const char* id = "T",
-                          QVL_DBAction action = QVL_DB_NewRecord) {
-        redescribe(description);
-        return test(id, action);
     }
 
     bool stored(const char* id) {
@@ -156,30 +113,23 @@ class DeviceApi : public testing::Test {
         return exists;
     }
 
-    // Connections by their numbers, the low side's without a short.
-    static QVL_ResultCode direct_voltage(int direction, int measure, int shorted, int supply, double volts) {
-        return QVL_Diagnose_SetVoltageDC(QVL_TestDirection{direction}, QVL_PhaseMeasure{measure}, QVL_Measure_1_2,
-                                         QVL_PhaseShort{shorted}, QVL_Short_None, QVL_PowerSupplyType{supply}, volts);
-    }
-
     // The whole log; `calls`: how many chunks it came in.
     std::string log(unsigned chunk = 4096, unsigned* calls = nullptr) {
         std::vector<char> buffer(chunk);
         std::string text;
-        bool more = false;
-        unsigned count = 0;
-        do {
-            unsigned bytes = 0;
+        unsigned count = 0, bytes = 0;
+        for (bool more = true; more; ++count) {
             EXPECT_EQ(QVL_ReadFile(QVL_ReadFile_ErrorLog, count == 0, buffer.data(), chunk, bytes, more), QVL_Success);
             text.append(buffer.data(), bytes);
-            ++count;
-        } while (more);
+        }
         if (calls) *calls = count;
         return text;
     }
 
-    std::filesystem::path folder_;
+    TempFolder folder_;
+    const std::filesystem::path state_ = folder_.path() / "state", instrument_ = folder_.path() / "instrument.toml";
     int changes_ = 0;
+    QVL_Status status_{};  // as it was last asked for
     QVL_Parameters_3ph parameters_;
     QVL_Parameters_1ph single_phase_;  // one limb of a Dyn11 transformer
     const QVL_ProgressCallback* progress_ = nullptr;

@@ -1,9 +1,12 @@
 // The instruments that come with the program: each does what its first line says.
 #include "simulator/description/description.h"
+#include "simulator/measuring/connection.h"
 
 #include "tests/simulator/device_fixture.h"
 
 #include <algorithm>
+#include <cmath>
+#include <sstream>
 
 namespace simulator {
 namespace {
@@ -20,8 +23,8 @@ class Instruments : public DeviceApi {
 
     QVL_TestData_3ph tested_as(const char* group, double nameplate_ratio) {
         const VectorGroup wound = parse_vector_group(group).value();
-        parameters_.winding_hi = wound.high;
-        parameters_.winding_lo = wound.low;
+        parameters_.winding_hi = api_winding(wound.high);
+        parameters_.winding_lo = api_winding(wound.low);
         parameters_.nameplate_ratio = nameplate_ratio;
         const Record record = measured();
         EXPECT_EQ(record->label.phasing, wound.clock);
@@ -31,6 +34,21 @@ class Instruments : public DeviceApi {
 
 double largest_error(const QVL_TestData_3ph& data) {
     return std::max({std::abs(data.A.Ratio_Error), std::abs(data.B.Ratio_Error), std::abs(data.C.Ratio_Error)});
+}
+
+double rms_of_last_column(const std::string& raw_data) {
+    std::istringstream lines(raw_data);
+    std::string line;
+    double squares = 0.0;
+    int samples = 0;
+    while (std::getline(lines, line)) {
+        if (line.starts_with("sep=") || line.starts_with("Test;")) continue;
+        ++samples;
+        const double sample = std::stod(line.substr(line.rfind(';') + 1));
+        squares += sample * sample;
+    }
+    EXPECT_EQ(samples, 128);
+    return std::sqrt(squares / samples);
 }
 
 TEST_F(Instruments, AllSayFirstWhatTheyAreFor) {
@@ -43,7 +61,7 @@ TEST_F(Instruments, AllSayFirstWhatTheyAreFor) {
         EXPECT_NO_THROW(read_description(file.path().string()));
         ++count;
     }
-    EXPECT_EQ(count, 9);
+    EXPECT_EQ(count, 15);
 }
 
 TEST_F(Instruments, HealthyTransformersMeetTheirNameplates) {
@@ -60,29 +78,46 @@ TEST_F(Instruments, HealthyTransformersMeetTheirNameplates) {
     }
 }
 
+// The currents are those of an integration of the same core step by step through time.
 TEST_F(Instruments, TheCurrentTransformerShowsItsRatioAndItsKnee) {
     load("ct");
     single_phase_.test_mode = QVL_TestMode_CT;
     single_phase_.measure_hi = single_phase_.measure_lo = QVL_Measure_1_0;
     single_phase_.nameplate_ratio = 200.0;
     single_phase_.frequency = 80;
-    const auto current_at = [&](double volts) {
+    for (const auto& [volts, current] : {
+             std::pair{6.0,  0.00317358},
+             {24.0, 0.0129940 },
+             {36.0, 0.0355088 },
+             {50.0, 0.377626  },
+             {55.0, 0.847859  }
+    }) {
         single_phase_.voltage = volts;
         const Record record = measured_1ph();
-        EXPECT_NEAR(record->label.ct_l, 1000, 1);
-        EXPECT_LT(std::abs(record->data_1ph[0]->phase.Ratio_Error), 0.1);
-        return record->data_1ph[0]->phase.Current_rms;
-    };
-    const double low = current_at(6.0), middle = current_at(12.0), high = current_at(47.0);
-    EXPECT_NEAR(middle / low, 2.0, 0.02);
-    EXPECT_GT(high / middle, 2.0 * 47.0 / 12.0);
+        const QVL_TestData_Phase& phase = record->data_1ph[0]->phase;
+        EXPECT_NEAR(phase.Current_rms, current, 3e-4 * current) << volts;
+        EXPECT_NEAR(record->label.ct_l, 1000, 3);
+        EXPECT_NEAR(rms_of_last_column(record->raw_data), phase.Current_rms, 2e-8);
+    }
+    for (const double volts : {150.0, 200.0, 250.0}) {
+        single_phase_.voltage = volts;
+        EXPECT_EQ(test_1ph("T", QVL_DB_DoNotStore), code::excitation_current_too_high);
+    }
 }
 
 TEST_F(Instruments, FaultyOnesShowWhatIsWrong) {
     load("shorted_turns");
     const auto shorted = tested_as("Dyn11", 50.204);
-    EXPECT_NEAR(shorted.B.Ratio_Error, -1.0, 0.02);
-    EXPECT_GT(shorted.Negative_Distortion_Index, 0.3);
+    EXPECT_NEAR(shorted.B.Ratio_Error, 3.45, 0.05);
+    EXPECT_LT(std::abs(shorted.A.Ratio_Error), 0.02);
+    EXPECT_GT(std::min(shorted.B.Current_rms, shorted.C.Current_rms), 100.0 * shorted.A.Current_rms);
+    EXPECT_GT(shorted.Negative_Distortion_Index, 1.5);
+    parameters_.test_mode = QVL_TestMode_VR_Up;
+    parameters_.voltage = 12.0;
+    EXPECT_EQ(test("T2", QVL_DB_DoNotStore), code::excitation_current_too_high);
+    const char* description = nullptr;
+    QVL_GetResultCodeName(code::excitation_current_too_high, &description);
+    EXPECT_THAT(description, testing::EndsWith(" 1.00 A were reached at 0.97 V of 12.00 V."));
 
     load("uncalibrated");
     EXPECT_GT(largest_error(tested_as("Dyn11", 50.204)), 0.5);

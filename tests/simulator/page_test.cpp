@@ -1,7 +1,6 @@
 // docs/simulated-instrument.md says what the code says.
 #include "simulator/description/description.h"
 #include "simulator/records/result_codes.h"
-#include "simulator/store/database.h"
 #include "simulator/store/store.h"
 
 #include <gmock/gmock.h>
@@ -101,9 +100,9 @@ TEST(Page, HasEveryResultCode) {
     std::vector<std::string> rows;
     for (int number = 0; number < 10000; ++number) {
         const QVL_ResultCode code{number};
-        if (!code_named(name_of(code))) continue;
-        const char* description = description_of(code);
-        rows.push_back("| " + std::to_string(number) + " | `" + name_of(code) + "` | " +
+        if (!code_named(code_name(code))) continue;
+        const char* description = code_description(code);
+        rows.push_back("| " + std::to_string(number) + " | `" + code_name(code) + "` | " +
                        (description ? description : "") + " |");
     }
     const auto of_page =
@@ -124,10 +123,10 @@ TEST(Page, HasEveryEnvironmentVariableTableAndInstrument) {
     std::string folder = (std::filesystem::temp_directory_path() / "page-XXXXXX").string();
     ASSERT_TRUE(mkdtemp(folder.data()));
     { const Store store(folder); }
-    Database database(folder + "/instrument.sqlite");
-    Statement query(database, "SELECT name FROM sqlite_master WHERE type = 'table'");
+    SQLite::Database database(folder + "/instrument.sqlite");
+    SQLite::Statement query(database, "SELECT name FROM sqlite_master WHERE type = 'table'");
     std::set<std::string> tables;
-    while (query.step()) tables.insert(query.text(0).value());
+    while (query.executeStep()) tables.insert(query.getColumn(0));
     EXPECT_EQ(all_matches(page.substr(page.find("## State")), "\n\\| `([a-z0-9_]+)` \\|"), tables);
     std::filesystem::remove_all(folder);
 }

@@ -11,11 +11,12 @@ namespace simulator {
 std::unique_ptr<OwnedRecord> record_of(auto measure, const TransformerData& data, const auto& parameters) {
     const Transformer transformer(data);
     const Limits limits;
+    const SourceData source;
     ChannelData channel;
     channel.noise = channel.noise_floor = 0.0;
     const Coefficients perfect;
     Noise noise(1);
-    Bench bench{transformer, limits, Channel(channel, perfect, perfect, noise), 20.0};
+    Bench bench{transformer, limits, source, Channel(channel, perfect, perfect, noise), 20.0};
     auto record = std::make_unique<OwnedRecord>();
     measure(bench, parameters, *record);
     return record;

@@ -1,0 +1,159 @@
+// A state folder and a description that the world has spoilt, a database that is held, large or on a full disk.
+#include "simulator/store/store.h"
+#include "tests/simulator/device_fixture.h"
+
+#include <sched.h>
+#include <sys/mount.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace simulator {
+namespace {
+
+using testing::HasSubstr;
+using testing::Pair;
+
+class Trouble : public DeviceApi {
+  protected:
+    // Changes the database behind the instrument's back.
+    void in_database(const std::string& sql) { SQLite::Database(database_, SQLite::OPEN_READWRITE).exec(sql); }
+
+    bool database_loaded() {
+        EXPECT_EQ(QVL_GetStatus(&status_), QVL_Success);
+        return status_.database_loaded;
+    }
+
+    const std::string database_ = database_path(state_);
+};
+
+TEST_F(Trouble, ADescriptionThatIsNoFileStopsTheStart) {
+    const auto pipe = folder_.path() / "pipe", large = folder_.path() / "large";
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    write_file(large, "");
+    std::filesystem::resize_file(large, 2 << 20);
+    for (const auto& path : {folder_.path(), pipe, large, std::filesystem::path("/dev/zero")}) {
+        setenv("ZERKO_SIM_INSTRUMENT", path.c_str(), 1);
+        EXPECT_THAT(start_and_errors(), Pair(code::bad_description, HasSubstr(path.string() + ": ")));
+    }
+}
+
+TEST_F(Trouble, ADatabaseThatIsNoneOrWhoseBoardIsDamagedIsNotLoaded) {
+    start_new("");
+    ASSERT_EQ(QVL_CalibrateZero(nullptr), QVL_Success);
+    ASSERT_EQ(QVL_Lib_Shutdown(), QVL_Success);
+    in_database("UPDATE board SET calibration = x'00'");
+    const std::string file = database_ + ": ";
+    EXPECT_THAT(start_and_errors(), Pair(QVL_Success, HasSubstr(file)));
+    EXPECT_FALSE(database_loaded());
+    EXPECT_EQ(test("T", QVL_DB_DoNotStore), QVL_Success);
+    ASSERT_EQ(QVL_Lib_Shutdown(), QVL_Success);
+    write_file(database_, std::string(4096, 'x'));
+    EXPECT_THAT(start_and_errors(), Pair(QVL_Success, HasSubstr(file)));
+    EXPECT_FALSE(database_loaded());
+}
+
+TEST_F(Trouble, DamageThatIsFoundWhileItRunsUnloadsTheDatabase) {
+    for (const std::string damage : {"CREATE TABLE damaged (entry, time, text); DROP TABLE log;"
+                                     "ALTER TABLE damaged RENAME TO log; INSERT INTO log VALUES (1, 0, NULL)",
+                                     "UPDATE phase SET phase = phase + 10"}) {
+        start_new("");
+        in_database(damage);
+        EXPECT_TRUE(database_loaded());
+        testing::internal::CaptureStderr();
+        char buffer[100];
+        unsigned bytes = 0;
+        bool more = false;
+        if (damage[0] == 'C')
+            EXPECT_EQ(QVL_ReadFile(QVL_ReadFile_ErrorLog, true, buffer, 100, bytes, more), code::database_error);
+        else
+            read("SELF-TEST", code::database_error);
+        EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr(database_ + ": "));
+        EXPECT_FALSE(database_loaded());
+    }
+}
+
+TEST_F(Trouble, ADatabaseThatAnotherProcessHoldsIsWaitedForAtMostFiveSecondsInAll) {
+    start_new("");
+    ASSERT_EQ(QVL_Lib_Shutdown(), QVL_Success);
+    SQLite::Database other(database_, SQLite::OPEN_READWRITE);
+    other.exec("BEGIN EXCLUSIVE");
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_THAT(start_and_errors(), Pair(QVL_Success, HasSubstr(database_ + ": database is locked")));
+    EXPECT_FALSE(database_loaded());
+    const std::chrono::duration<double> waited = std::chrono::steady_clock::now() - begin;
+    EXPECT_GT(waited.count(), 4.0);
+    EXPECT_LT(waited.count(), 6.0);
+}
+
+TEST_F(Trouble, AListOfAHundredThousandRecordsTakesLittleMemory) {
+    start_new("");
+    in_database("WITH RECURSIVE n(i) AS (SELECT 5 UNION ALL SELECT i + 1 FROM n WHERE i < 100000)"
+                "INSERT INTO record SELECT 'T-2026-' || i, created, i, test_type, testing_mode, tap_hi, tap_lo, ct_l,"
+                " max_ratio_error, mag_balance, max_mag_imbalance, winding_hi, winding_lo, phasing, phase_shift,"
+                " label_text, tags FROM n, record WHERE test_id = 'SELF-TEST'");
+    for (const auto field : {QVL_Order_DateTime, QVL_Order_TestID, QVL_Order_VectorGroup}) {
+        QVL_TestLabelsList* list = nullptr;
+        ASSERT_EQ(QVL_ListRecords(&list, field, false), QVL_Success);
+        EXPECT_EQ(list->count, 100000u);
+        EXPECT_EQ(QVL_FreeTestRecordsList(list), QVL_Success);
+    }
+    const std::string status = read_file("/proc/self/status");
+    [[maybe_unused]] const long peak_kib = std::stol(status.substr(status.find("VmHWM:") + 6));
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__arm__)  // sanitizers and emulators have memory of their own
+    EXPECT_LT(peak_kib, 60 * 1024);
+#endif
+}
+
+#ifndef __arm__  // an emulator cannot mount
+// A disk of its own, and what leaves no byte on it.
+class FullDisk : public Trouble {
+  protected:
+    bool mount_small_disk() {
+        const std::string user = "0 " + std::to_string(getuid()) + " 1", group = "0 " + std::to_string(getgid()) + " 1";
+        if (unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0) return false;
+        write_file("/proc/self/setgroups", "deny");
+        write_file("/proc/self/uid_map", user);
+        write_file("/proc/self/gid_map", group);
+        return mkdir(state_.c_str(), 0700) == 0 && mount("tmpfs", state_.c_str(), "tmpfs", 0, "size=4m") == 0;
+    }
+
+    // How many tests there is room for, each in a record of its own or all in one. No byte is left.
+    int tests_until_full(bool one_record) {
+        std::filesystem::remove(state_ / "filler");
+        int count = 0;
+        while (test(one_record ? "large" : std::to_string(count).c_str(),
+                    one_record && count > 0 ? QVL_DB_Append : QVL_DB_NewRecord) == QVL_Success)
+            ++count;
+        std::ofstream(state_ / "filler") << std::string(4 << 20, 'x');
+        return count;
+    }
+};
+
+TEST_F(FullDisk, RecordsAreDeletedAndThereIsRoomAgain) {
+    const pid_t child = fork();
+    if (child == 0) {
+        if (!mount_small_disk()) _exit(77);
+        EXPECT_EQ(start(), QVL_Success);
+        const int first = tests_until_full(false);
+        EXPECT_GT(first, 10);
+        EXPECT_EQ(QVL_DeleteRecord("0"), QVL_Success);
+        EXPECT_EQ(QVL_DeleteRecord("1"), QVL_Success);
+        EXPECT_EQ(test("again", QVL_DB_NewRecord), QVL_Success);
+        tests_until_full(true);
+        EXPECT_EQ(QVL_ClearTestDatabase(), QVL_Success);
+        EXPECT_GT(space(state_).available, 1u << 20);  // for other files as well
+        EXPECT_GE(tests_until_full(true), first - 1);  // the device log has grown meanwhile
+        EXPECT_EQ(QVL_DeleteRecord("large"), QVL_Success);
+        EXPECT_GE(tests_until_full(false), first - 1);
+        _exit(HasFailure() ? 1 : 0);
+    }
+    int status = -1;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    if (WIFEXITED(status) && WEXITSTATUS(status) == 77) GTEST_SKIP() << "no disk can be mounted here";
+    EXPECT_EQ(status, 0);
+}
+#endif
+
+}  // namespace
+}  // namespace simulator
