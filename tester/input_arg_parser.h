@@ -1,3 +1,4 @@
+// The command line.
 #pragma once
 
 #include <string>

@@ -6,7 +6,10 @@
 #include "tester/terminal/signal_handler.h"
 
 #include <algorithm>
+#include <atomic>
+#include <cstdio>
 #include <cstdlib>
+#include <exception>
 #include <iostream>
 #include <pwd.h>
 #include <string>
@@ -16,23 +19,43 @@
 
 namespace {
 
-void cancel_operation() {
-    std::cout << "BEFORE QVL_CancelOperation" << std::endl;
-    QVL_CancelOperation();
-    std::cout << "AFTER QVL_CancelOperation" << std::endl;
+// Whether the first signal of this main menu cycle has been announced.
+std::atomic<bool> is_announced;
+
+// Each line goes out in one piece with its end, because other threads print at the same time.
+void announce_cancellation() {
+    std::cout << "Cancelling current operation...\n" << std::flush;
+    is_announced = true;
+    is_announced.notify_one();
 }
 
-// The first signal of a main menu cycle cancels what the device is doing, the second ends the process. Runs in signal
-// context and does more than is safe there, on purpose: the operator's way out must work while the main thread is
-// inside the library, which is also why the cancellation has a thread of its own.
+void cancel_current_operation() {
+    announce_cancellation();
+    std::cout << "BEFORE QVL_CancelOperation\n" << std::flush;
+    QVL_CancelOperation();
+    std::cout << "AFTER QVL_CancelOperation\n" << std::flush;
+}
+
+[[noreturn]] void leave_at_once(int signal) {
+    SignalHandler::LeaveWithinASecond(signal);  // whatever is waited for below
+    is_announced.wait(false);
+    flockfile(stdout);  // the main thread prints nothing behind these words, and does not stop with this lock
+    std::cout << " second signal - terminate immediately\n" << std::flush;
+    SignalHandler::StopMainThread();
+    std::exit(signal);
+}
+
+// The first signal of a main menu cycle cancels what the device is doing, the second ends the process. All that may
+// take its time with the first one, a console that takes no text or the library, is left to a thread of its own, so
+// that the second one is always taken.
 void handle_stop(int signal) {
-    if (IsStopping) {
-        std::cout << " second signal - terminate immediately" << std::endl;
-        std::exit(signal);
+    if (IsStopping.exchange(true)) leave_at_once(signal);
+    is_announced = false;
+    try {
+        std::thread(cancel_current_operation).detach();
+    } catch (const std::exception&) {
+        announce_cancellation();  // no thread is to be had: the operation goes on, and the next signal ends it
     }
-    std::cout << "Cancelling current operation..." << std::endl;
-    std::thread(cancel_operation).detach();
-    IsStopping = true;
 }
 
 std::string home_folder() {
@@ -85,7 +108,9 @@ void introduce_device() {
 
 int main(int argc, char* argv[]) {
     // Before any output, so that an interrupt during start-up is caught too.
+    SignalHandler::BlockStopSignals();
     SignalHandler::RegisterStopHandler(handle_stop);
+    SignalHandler::TakeStopSignals();
 
     std::cout << "Console Tester " << C_QVL_SOFTWARE_VERSION << std::endl;
     prepare_results_folder();

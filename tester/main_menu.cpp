@@ -7,15 +7,14 @@
 #include "tester/runs/single_phase.h"
 #include "tester/runs/three_phase.h"
 #include "tester/service/service_menus.h"
+#include "tester/terminal/choice.h"
 #include "tester/terminal/globals.h"
-#include "tester/terminal/input.h"
 #include "tester/terminal/result_check.h"
+#include "tester/terminal/within_memory.h"
 
-#include <algorithm>
 #include <cstdint>
 #include <ctime>
 #include <iostream>
-#include <iterator>
 #include <string>
 
 namespace {
@@ -51,48 +50,43 @@ void print_status_lines(const QVL_Status& status) {
     if (status.status_code != QVL_Success) print_result_code("DEVICE STATUS: ", status.status_code);
 }
 
-enum class Then { ShowMenu, Leave };
-
 struct MenuEntry {
-    int number;
-    const char* line;  // null: accepted, not shown
-    void (*run)();     // null: nothing to run
+    void (*routine)();  // null: there is nothing to do
     Then then;
 };
 
-constexpr MenuEntry C_MainMenu[] = {
-    {1,  "1. Three Phase Transformer Test",     Three_Phase,                  Then::ShowMenu},
-    {2,  "2. Single Phase Test",                Single_Phase,                 Then::ShowMenu},
-    {3,  "3. Calibration",                      Calibration,                  Then::ShowMenu},
-    {4,  "4. Database",                         Database,                     Then::ShowMenu},
-    {5,  "5. Choose frequency",                 Choose_Freq,                  Then::ShowMenu},
-    {6,  "6. RAW Data settings",                Show_RAW_Data,                Then::ShowMenu},
-    {7,  "7. Change debug mode",                Change_Debug_Mode,            Then::ShowMenu},
-    {10, "10. Diagnose measurement board",      Diagnose,                     Then::ShowMenu},
-    {12, "12. Measurement board factory reset", MeasurementBoardFactoryReset, Then::ShowMenu},
-    {30, "30. FAN settings",                    Fan_Settings,                 Then::ShowMenu},
-    {70, "70. Get log file",                    Get_Log_File,                 Then::ShowMenu},
-    {91, "91. Tap changer",                     Tap_Changer,                  Then::ShowMenu},
-    {99, "99. Test",                            Test_Attachement,             Then::ShowMenu},
-    {0,  "0. Exit",                             nullptr,                      Then::Leave   },
-    {8,  nullptr,                               Reboot_Device,                Then::Leave   },
-    {9,  nullptr,                               Power_Off_Device,             Then::Leave   },
-};
-
-void print_main_menu() {
-    std::cout << std::endl << "== Choose menu item ==" << std::endl << std::endl;
-    for (const MenuEntry& entry : C_MainMenu) {
-        if (entry.line) std::cout << entry.line << std::endl;
-    }
+constexpr MenuEntry stay(void (*routine)()) {
+    return {routine, Then::ShowMenu};
 }
 
+constexpr MenuEntry leave(void (*routine)()) {
+    return {routine, Then::Leave};
+}
+
+constexpr Choice<MenuEntry> C_MainMenu[] = {
+    {1,  "1. Three Phase Transformer Test",     stay(Three_Phase)                 },
+    {2,  "2. Single Phase Test",                stay(Single_Phase)                },
+    {3,  "3. Calibration",                      stay(Calibration)                 },
+    {4,  "4. Database",                         stay(Database)                    },
+    {5,  "5. Choose frequency",                 stay(Choose_Freq)                 },
+    {6,  "6. RAW Data settings",                stay(Show_RAW_Data)               },
+    {7,  "7. Change debug mode",                stay(Change_Debug_Mode)           },
+    {10, "10. Diagnose measurement board",      stay(Diagnose)                    },
+    {12, "12. Measurement board factory reset", stay(MeasurementBoardFactoryReset)},
+    {30, "30. FAN settings",                    stay(Fan_Settings)                },
+    {70, "70. Get log file",                    stay(Get_Log_File)                },
+    {91, "91. Tap changer",                     stay(Tap_Changer)                 },
+    {99, "99. Test",                            stay(Test_Attachement)            },
+    {0,  "0. Exit",                             leave(nullptr)                    },
+    {8,  nullptr,                               leave(Reboot_Device)              },
+    {9,  nullptr,                               leave(Power_Off_Device)           },
+};
+
 // A number that is not in the table shows the menu again, without a message.
-Then run_entry(int number) {
-    const auto entry = std::find_if(std::begin(C_MainMenu), std::end(C_MainMenu),
-                                    [number](const MenuEntry& candidate) { return candidate.number == number; });
-    if (entry == std::end(C_MainMenu)) return Then::ShowMenu;
-    if (entry->run) entry->run();
-    return entry->then;
+Then run_main_menu_entry() {
+    const auto entry = read_choice(C_MainMenu).value_or(stay(nullptr));
+    if (entry.routine) within_memory(entry.routine);
+    return entry.then;
 }
 
 Then run_main_menu_cycle() {
@@ -101,8 +95,9 @@ Then run_main_menu_cycle() {
     if (CheckResult(QVL_GetStatus(&device_status))) print_status_lines(device_status);
     std::cout << "Frequency = " << current_frequency << " Hz" << std::endl;
     if (get_RAW_Data) std::cout << "Save RAW Data to File" << std::endl;
-    print_main_menu();
-    return IsExiting ? Then::Leave : run_entry(input_int());
+    print_heading(C_MenuHeading);
+    print_choices(C_MainMenu);
+    return IsExiting ? Then::Leave : run_main_menu_entry();
 }
 
 }  // namespace

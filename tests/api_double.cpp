@@ -1,32 +1,63 @@
 #include "tests/api_double.h"
 
+#include "tests/sample_records.h"
+
+#include <cstring>
+
 namespace {
 
 ApiDouble* the_double = nullptr;
 
 }  // namespace
 
-std::string to_text(ApiCalls&, const char* text) {
-    return text ? "\"" + std::string(text) + "\"" : "null";
+std::string to_text(const char* text) {
+    return text ? '"' + std::string(text) + '"' : "null";
 }
 
-std::string to_text(ApiCalls& calls, const QVL_Parameters_3ph* parameters) {
-    calls.parameters_3ph.push_back(*parameters);
-    return "3ph";
+#define FIELD(name)                                                                                                    \
+    text.append(text.empty() ? #name " " : ", " #name " ").append(to_text(parameters->name));                          \
+    others.name = parameters->name
+
+std::string to_text(const QVL_Parameters_3ph* parameters) {
+    std::string text;
+    QVL_Parameters_3ph others;
+    FIELD(test_type), FIELD(test_mode), FIELD(nameplate_ratio), FIELD(fixed_24), FIELD(winding_hi), FIELD(winding_lo);
+    FIELD(phasing), FIELD(phase_shift), FIELD(frequency), FIELD(voltage), FIELD(raw_data), FIELD(magnetic_balance);
+    EXPECT_EQ(bytes_of(*parameters), bytes_of(others)) << "fields that no menu sets";
+    return '{' + text + '}';
 }
 
-std::string to_text(ApiCalls& calls, const QVL_Parameters_1ph* parameters) {
-    calls.parameters_1ph.push_back(*parameters);
-    return "1ph";
+std::string to_text(const QVL_Parameters_1ph* parameters) {
+    std::string text;
+    QVL_Parameters_1ph others;
+    FIELD(test_mode), FIELD(measure_hi), FIELD(measure_lo), FIELD(short_hi), FIELD(short_lo), FIELD(nameplate_ratio);
+    FIELD(fixed_32), FIELD(fixed_40), FIELD(frequency), FIELD(voltage), FIELD(raw_data), FIELD(fixed_76);
+    FIELD(long_test);
+    EXPECT_EQ(bytes_of(*parameters), bytes_of(others)) << "fields that no menu sets";
+    return '{' + text + '}';
+}
+#undef FIELD
+
+std::string to_text(const QVL_MeasurementBoardInfo* board) {
+    return std::string("{") + board->pcba_number + "|" + board->pcba_revision + "|" + board->pcba_serial + "}";
 }
 
-std::string to_text(ApiCalls&, const QVL_ProgressCallback* progress) {
+std::string to_text(const QVL_Settings* settings) {
+    std::int32_t values[5];
+    static_assert(sizeof values == sizeof *settings);
+    std::memcpy(values, settings, sizeof values);
+    std::string text;
+    for (const std::int32_t value : values) text.append(text.empty() ? "" : " ").append(std::to_string(value));
+    return '{' + text + '}';
+}
+
+std::string to_text(const QVL_ProgressCallback* progress) {
     if (!progress) return "null";
     return progress->function && !progress->context ? "progress" : "progress with a context";
 }
 
-std::string to_text(ApiCalls& calls, const QVL_Test_Record* record) {
-    return record ? "record " + to_text(calls, record->label.test_id) : "null";
+std::string to_text(const QVL_Test_Record* record) {
+    return record ? std::string("record ").append(to_text(record->label.test_id)) : "null";
 }
 
 ApiDouble::ApiDouble() {

@@ -1,10 +1,27 @@
 #!/bin/sh
-# Includes point down the house, and only one door leads to the keyboard: tests/check_house.sh [root]
+# Includes point down the house, no two rooms include each other, and only one door leads to the keyboard:
+# tests/check_house.sh [root]
 set -u
 cd "${1:-$(dirname "$0")/..}" || exit 2
 status=0
 
-folders='api|tester|simulator|tests|bench'
+# Each room and what it may include besides itself, from the roof to the ground.
+rooms='
+tester               api tester/service tester/maintenance tester/runs tester/report tester/terminal
+tester/service       api tester/terminal
+tester/maintenance   api tester/runs tester/report tester/terminal
+tester/runs          api tester/report tester/terminal
+tester/report        api
+tester/terminal      api
+simulator            api simulator/device simulator/description simulator/measuring simulator/store simulator/transformer simulator/records
+simulator/device     api simulator/description simulator/measuring simulator/store simulator/transformer simulator/records
+simulator/description api simulator/measuring simulator/store simulator/transformer simulator/records
+simulator/measuring  api simulator/store simulator/transformer simulator/records
+simulator/store      api simulator/records
+simulator/transformer
+simulator/records    api
+api
+'
 
 complain() {  # what, lines
     [ -n "$2" ] || return 0
@@ -12,44 +29,28 @@ complain() {  # what, lines
     status=1
 }
 
-# includes of our own headers in the files given that do not start as allowed
-foreign_includes() {  # allowed, files...
-    allowed=$1
-    shift
-    [ $# -gt 0 ] || return 0
-    grep -nHE "^[[:space:]]*#[[:space:]]*include[[:space:]]*(\"|<($folders)/)" "$@" |
-        grep -vE "include[[:space:]]*[\"<]($allowed)"
+sources() {  # room
+    find "$1" -maxdepth 1 -name '*.h' -o -maxdepth 1 -name '*.cpp' -o -maxdepth 1 -name '*.in'
 }
 
-sources() {  # folder
-    [ ! -d "$1" ] || find "$1" -name '*.h' -o -name '*.cpp' -o -name '*.inc'
-}
-
-check_folder() {  # folder, allowed
-    complain "$1/ may include $2 only:" "$(foreign_includes "$2" $(sources "$1"))"
-}
-
-check_folder api 'api/'
-check_folder tester 'api/|tester/'
-for room in terminal report service runs maintenance; do
-    case $room in
-    service) below='tester/terminal/|' ;;
-    runs) below='tester/report/|tester/terminal/|' ;;
-    maintenance) below='tester/runs/|tester/report/|tester/terminal/|' ;;
-    *) below= ;;
-    esac
-    check_folder tester/$room "api/|${below}tester/$room/"
-done
-check_folder simulator 'api/|simulator/'
-below=
-for room in records transformer store measuring description device; do
-    below="${below}simulator/$room/|"
-    check_folder simulator/$room "api/|${below%|}"
-done
-
-program=$(for folder in api tester; do sources $folder; done)
-[ -n "$program" ] || complain "no sources found in" "$PWD"
+while read -r room allowed; do
+    [ -n "$room" ] || continue
+    files=$(sources "$room")
+    [ -n "$files" ] || complain "the room is empty:" "$room"
+    allowed="($(echo "$room $allowed" | tr ' ' '|'))/[^/]*"
+    complain "$room/ may include $allowed only:" \
+        "$(grep -nHE '^[[:space:]]*#[[:space:]]*include[[:space:]]*("|<(api|tester|simulator|tests|bench)/)' $files |
+            grep -vE "include[[:space:]]*[\"<]$allowed[\">]")"
+done <<END
+$rooms
+END
+known=$(echo "$rooms" | sed 's/ .*//')
+complain "these folders are no rooms of the house:" \
+    "$(find api tester simulator -name '*.h' -o -name '*.cpp' | sed 's|/[^/]*$||' | sort -u | grep -vxF "$known")"
+complain "these product files are named like tests:" \
+    "$(find api tester simulator -name '*.h' -o -name '*.cpp' | grep -E '(^|[_/])tests?[_.][^/]*$')"
 complain "only tester/terminal/input.cpp names standard input:" \
-    "$(grep -nHE '\<(cin|stdin|getchar|scanf|STDIN_FILENO)\>' $program | grep -vE '^tester/terminal/input\.cpp:|^[^:]*:[0-9]+:[[:space:]]*//')"
+    "$(grep -rnHE '\<(cin|stdin|getchar|scanf|STDIN_FILENO)\>' tester |
+        grep -vE '^tester/terminal/input\.cpp:|^[^:]*:[0-9]+:[[:space:]]*//')"
 
 exit $status

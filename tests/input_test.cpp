@@ -1,25 +1,22 @@
 #include "tester/terminal/input.h"
-#include "tests/child.h"
 #include "tests/console.h"
 
 #include <csignal>
 #include <gtest/gtest.h>
-#include <thread>
+#include <sys/time.h>
 #include <vector>
 
 namespace {
 
 const std::string C_Again = "Wrong value, Please enter again: ";
 
-struct NumberCase {
-    std::string typed;
-    std::vector<int> numbers;
-    int prompts;  // to enter again
-    std::string unread;
-};
-
 TEST(InputInt, ReadsNumbersAndAsksAgain) {
-    const NumberCase cases[] = {
+    const struct {
+        std::string typed;
+        std::vector<int> numbers;
+        int prompts;  // to enter again
+        std::string unread;
+    } cases[] = {
         {"12\nrest\n",                    {12},                             0, "rest\n"},
         {"7 \n",                          {7},                              0, "\n"    },
         {"\n\n  4\n",                     {4},                              0, ""      },
@@ -33,7 +30,7 @@ TEST(InputInt, ReadsNumbersAndAsksAgain) {
         {"3.7\n4\n",                      {3, 7, 4},                        0, ""      },
         {"1 2 3\n",                       {1, 2, 3},                        0, ""      },
     };
-    for (const NumberCase& c : cases) {
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.typed);
         Console console(c.typed);
         for (const int number : c.numbers) EXPECT_EQ(input_int(), number);
@@ -57,14 +54,20 @@ TEST(InputLine, TakesOneLineWhateverWasReadBefore) {
 
 TEST(InputInt, WaitsQuietlyForASignalAtTheEndOfInput) {
     for (const char* typed : {"", "word", "word\n"}) {
-        Child child([typed] {
+        const auto wait = [typed] {
             Console console(typed);
+            std::signal(SIGALRM, SIG_DFL);
+            const itimerval processor_time =
+                                {
+                                    {       },
+                                    { 0, 150'000}
+            },
+                            all_time = {{}, {0, 400'000}};
+            setitimer(ITIMER_PROF, &processor_time, nullptr);
+            setitimer(ITIMER_REAL, &all_time, nullptr);
             input_int();
-        });
-        std::this_thread::sleep_for(std::chrono::milliseconds(300));
-        const Child::End end = child.end_by_signal(SIGTERM);
-        EXPECT_EQ(end.status, "signal 15") << typed;
-        EXPECT_LT(end.processor_time, std::chrono::milliseconds(150)) << typed;
+        };
+        EXPECT_EXIT(wait(), testing::KilledBySignal(SIGALRM), "") << typed;
     }
 }
 

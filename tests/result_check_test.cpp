@@ -1,97 +1,65 @@
-#include "tester/terminal/globals.h"
 #include "tester/terminal/result_check.h"
-#include "tests/api_double.h"
-#include "tests/child.h"
-#include "tests/console.h"
-#include "tests/temp_folder.h"
+#include "tests/desk.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
+
 #include <iostream>
 
 namespace {
 
 constexpr auto C_Code12 = static_cast<QVL_ResultCode>(12);
 
-TEST(CheckResult, PrintsFailuresOnly) {
-    const struct {
-        int code;
-        const char* description;
-        std::string output;
-    } cases[] = {
-        {0,  nullptr,              ""                                     },
-        {44, nullptr,              ""                                     },
-        {76, nullptr,              ""                                     },
-        {12, "The board is busy.", "\nERROR: BUSY\nThe board is busy.\n\n"},
-        {12, "",                   "\nERROR: BUSY\n\n\n"                  },
-        {-1, nullptr,              "\nERROR: BUSY\n"                      },
-        {43, nullptr,              "\nERROR: BUSY\n"                      },
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.code);
-        ApiDouble api;
-        if (!c.output.empty()) api.GetResultCodeName.answers(names("BUSY", c.description));
+class ResultCheck : public Desk {
+  protected:
+    template <class Routine>
+    std::string printed(const char* description, Routine routine) {
+        api.GetResultCodeName.always_answers(names("WARM", description));
         Console console;
-        EXPECT_EQ(CheckResult(static_cast<QVL_ResultCode>(c.code)), c.output.empty());
-        EXPECT_EQ(console.output(), c.output);
+        routine();
+        return console.output();
     }
-}
 
-TEST(ProgressTest, PrintsStepAndTotal) {
-    Console console;
-    int context = 0;
-    ProgressTest(nullptr, 3, 10);
-    ProgressTest(&context, 0, 0);
-    ProgressTest(nullptr, -1, 2147483647);
-    EXPECT_EQ(console.output(), "progress: 3/10\nprogress: 0/0\nprogress: -1/2147483647\n");
-}
-
-TEST(StatusCallback, ReportsWhileTheInstrumentAnswers) {
-    const struct {
-        const char* description;
-        const char* data;
-        std::string output;
-    } cases[] = {
-        {nullptr,      nullptr,  "\nSTATUS CALLBACK: WARM\n"                      },
-        {"Fan is on.", nullptr,  "\nSTATUS CALLBACK: WARM\nFan is on.\n\n"        },
-        {nullptr,      "41.5 C", "\nSTATUS CALLBACK: WARM\ndata: 41.5 C\n"        },
-        {"Fan is on.", "",       "\nSTATUS CALLBACK: WARM\nFan is on.\n\ndata: \n"},
-    };
-    for (const auto& c : cases) {
-        ApiDouble api;
-        api.GetResultCodeName.answers(names("WARM", c.description));
-        api.CheckConnection.answers({QVL_Success});
-        Console console;
-        StatusCallback(nullptr, C_Code12, c.data);
-        EXPECT_EQ(console.output(), c.output);
-        EXPECT_FALSE(IsExiting);
-    }
-}
-
-// What the process prints on its way out, the shutdown included.
-std::string output_of_lost_instrument(QVL_ResultCode connection, std::string& status) {
-    const TempFolder folder;
-    const std::string screen = folder.path() / "screen";
-    Child child([&screen, connection] {
-        if (!std::freopen(screen.c_str(), "w", stdout)) _exit(1);
-        ApiDouble api;
-        api.GetResultCodeName.answers(names("LOST", nullptr));
-        api.CheckConnection.answers({connection});
-        api.Lib_Shutdown.answers([] {
-            std::cout << "shutdown, exiting " << IsExiting << std::endl;
-            return QVL_Success;
+    std::string printed_for(int code, const char* description) {
+        return printed(description, [code] {
+            const bool good = CheckResult(static_cast<QVL_ResultCode>(code));
+            EXPECT_EQ(good, code == 0 || code == 44 || code == 76);
         });
-        StatusCallback(nullptr, C_Code12, nullptr);
-    });
-    status = child.wait().status;
-    return read_file(screen);
+    }
+
+    std::string printed_by_callback(const char* description, const char* data) {
+        return printed(description, [data] { StatusCallback(nullptr, C_Code12, data); });
+    }
+};
+
+TEST_F(ResultCheck, PrintsFailuresOnly) {
+    for (const int good : {0, 44, 76}) EXPECT_EQ(printed_for(good, "Fan is on."), "");
+    for (const int bad : {12, -1, 43}) EXPECT_EQ(printed_for(bad, nullptr), "\nERROR: WARM\n");
+    EXPECT_EQ(printed_for(12, "Fan is on."), "\nERROR: WARM\nFan is on.\n\n");
+    EXPECT_EQ(printed_for(12, ""), "\nERROR: WARM\n\n\n");
+    EXPECT_EQ(printed(nullptr, [this] { ProgressTest(this, 0, 0), ProgressTest(nullptr, -1, 2147483647); }),
+              "progress: 0/0\nprogress: -1/2147483647\n");
 }
 
-TEST(StatusCallback, EndsTheProcessWhenTheInstrumentIsLost) {
+TEST_F(ResultCheck, StatusCallbackReportsWhileTheInstrumentAnswers) {
+    const std::string begin = "\nSTATUS CALLBACK: WARM\n";
+    EXPECT_EQ(printed_by_callback(nullptr, nullptr), begin);
+    EXPECT_EQ(printed_by_callback("Fan is on.", nullptr), begin + "Fan is on.\n\n");
+    EXPECT_EQ(printed_by_callback(nullptr, "41.5 C"), begin + "data: 41.5 C\n");
+    EXPECT_EQ(printed_by_callback("Fan is on.", ""), begin + "Fan is on.\n\ndata: \n");
+    EXPECT_FALSE(IsExiting);
+}
+
+TEST_F(ResultCheck, StatusCallbackEndsTheProcessWhenTheInstrumentIsLost) {
+    api.GetResultCodeName.always_answers(names("LOST", nullptr));
+    api.Lib_Shutdown.always_answers([] {
+        std::cout << "shutdown, exiting " << IsExiting << std::endl;
+        return QVL_Success;
+    });
     for (const QVL_ResultCode connection : {C_Code12, QVL_Success_44, QVL_Success_76}) {
-        std::string status;
-        EXPECT_EQ(output_of_lost_instrument(connection, status),
-                  "\nSTATUS CALLBACK: LOST\nExiting console tester...\nshutdown, exiting 1\n");
-        EXPECT_EQ(status, "1");
+        api.CheckConnection.always_answers([connection] { return connection; });
+        EXPECT_EXIT((std::cout.rdbuf(std::cerr.rdbuf()), StatusCallback(nullptr, C_Code12, nullptr)),
+                    testing::ExitedWithCode(1),
+                    testing::Eq("\nSTATUS CALLBACK: LOST\nExiting console tester...\nshutdown, exiting 1\n"));
     }
 }
 

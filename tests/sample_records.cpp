@@ -1,58 +1,48 @@
 #include "tests/sample_records.h"
 
 #include <cstring>
+#include <string>
 
 namespace {
 
-constexpr double degrees(double angle) {
-    return angle * 3.14159265358979323846 / 180.0;
-}
+constexpr double C_Step = 1.0 / 64;  // exact, so that every processor prints the same digits
+
+// clang-format off
+using Phase = QVL_TestData_Phase;
+constexpr double Phase::*C_PhaseReadings[] = {
+    &Phase::Voltage_High, &Phase::Voltage_Low, &Phase::Ratio, &Phase::Ratio_Error, &Phase::Phase_High,
+    &Phase::Phase_Low, &Phase::phase_deviation, &Phase::phase_deviation_from_phasing,
+    &Phase::phase_deviation_from_user_phasing, &Phase::Voltage_f, &Phase::Current_f, &Phase::eFi, &Phase::Voltage_rms,
+    &Phase::Current_rms, &Phase::Voltage_rms_hi, &Phase::Voltage_rms_lo, &Phase::Watt, &Phase::Power, &Phase::Factor,
+    &Phase::mag_balance_total};
+constexpr double Phase::*C_CoarseReadings[] = {  // printed with one decimal
+    &Phase::Temperature, &Phase::Induced_voltage, &Phase::PGA_1, &Phase::PGA_2, &Phase::PGA_3, &Phase::PGA_4,
+    &Phase::LT_H, &Phase::LT_X};
+
+using Test = QVL_TestData_3ph;
+constexpr double Test::*C_Readings[] = {
+    &Test::tvr_multiplier, &Test::Zero_Seq_Hi, &Test::Zero_Seq_Lo, &Test::Zero_Phase_Hi, &Test::Zero_Phase_Lo,
+    &Test::Zero_Distortion_Index, &Test::Negative_Seq_Hi, &Test::Negative_Seq_Lo, &Test::Negative_Phase_Hi,
+    &Test::Negative_Phase_Lo, &Test::Negative_Distortion_Index, &Test::Positive_Seq_Hi, &Test::Positive_Seq_Lo,
+    &Test::Positive_Phase_Hi, &Test::Positive_Phase_Lo, &Test::Ratio_3PH, &Test::Ratio_3PH_error, &Test::Phase_3PH};
+// clang-format on
 
 }  // namespace
 
 QVL_TestData_Phase sample_phase(int phase) {
-    constexpr const char* names[] = {"A", "B", "C"};
-    constexpr const char* hi_names[] = {"H1-H2", "H2-H3", "H3-H1"};
-    constexpr const char* lo_names[] = {"X1-X0", "X2-X0", "X3-X0"};
-    constexpr const char* mag_names_down[] = {"H1-H3", "H2-H1", "H3-H2"};
-    constexpr const char* mag_names_up[] = {"X1-X3", "X2-X1", "X3-X2"};
-    const double k = phase;
-
+    constexpr const char* names[][5] = {
+        {"A", "H1-H2", "X1-X0", "H1-H3", "X1-X3"},
+        {"B", "H2-H3", "X2-X0", "H2-H1", "X2-X1"},
+        {"C", "H3-H1", "X3-X0", "H3-H2", "X3-X2"}
+    };
     QVL_TestData_Phase data{};
-    data.name = names[phase];
-    data.hi_name = hi_names[phase];
-    data.lo_name = lo_names[phase];
-    data.mag_name_down = mag_names_down[phase];
-    data.mag_name_up = mag_names_up[phase];
-    data.Voltage_High = 250.125 + k;
-    data.Voltage_Low = 5.0625 + k / 4;
-    data.Ratio = 49.407407407 + k;
-    data.Ratio_Error = 0.123456789 + k;
-    data.Phase_High = degrees(0.5 - 120 * k);
-    data.Phase_Low = degrees(330.25 - 120 * k);
-    data.phase_deviation = degrees(30.015625 + k / 4);
-    data.phase_deviation_from_phasing = degrees(0.015 + k / 4);
-    data.phase_deviation_from_user_phasing = degrees(-0.125 - k / 4);
-    data.Voltage_f = 249.5 + k;
-    data.Current_f = 0.0021 + k / 1000;
-    data.eFi = 0.75 + k;
-    data.Voltage_rms = 249.75 + k;
-    data.Current_rms = 0.0025 + k / 1000;
-    data.Voltage_rms_hi = 248.25 + k;
-    data.Voltage_rms_lo = 5.125 + k / 4;
-    data.Watt = 0.4375 + k;
-    data.Power = 0.625 + k;
-    data.Factor = 0.81 + k / 20;
-    data.Temperature = 23.46 + k;
-    data.Induced_voltage = 1.26 + k;
-    for (int i = 0; i < 3; ++i) data.mag_balance[i] = 10.5 + i + 10 * k;
-    data.mag_balance_total = 99 + k / 4;
-    data.PGA_1 = 1 + 16 * k;
-    data.PGA_2 = 2 + 16 * k;
-    data.PGA_3 = 4 + 16 * k;
-    data.PGA_4 = 8 + 16 * k;
-    data.LT_H = 3.5 + k;
-    data.LT_X = 6.5 + k;
+    const auto& [name, hi, lo, mag_down, mag_up] = names[phase];
+    data.name = name, data.hi_name = hi, data.lo_name = lo, data.mag_name_down = mag_down, data.mag_name_up = mag_up;
+    double value = 0.5 + phase;
+    for (const auto reading : C_PhaseReadings) data.*reading = value += C_Step;
+    for (double& balance : data.mag_balance) balance = value += C_Step;
+    value = 10 * (1 + phase);
+    for (const auto reading : C_CoarseReadings) data.*reading = value += 0.5;
     return data;
 }
 
@@ -65,27 +55,11 @@ QVL_TestData_3ph sample_test_3ph() {
     test.voltage = 250.0;
     test.details = 1;
     test.nameplate_ratio = 50.0;
-    test.tvr_multiplier = 1.5;
     test.A = sample_phase(0);
     test.B = sample_phase(1);
     test.C = sample_phase(2);
-    test.Zero_Seq_Hi = 0.11;
-    test.Zero_Seq_Lo = 0.12;
-    test.Zero_Phase_Hi = degrees(3.25);
-    test.Zero_Phase_Lo = degrees(333.5);
-    test.Zero_Distortion_Index = 0.00044;
-    test.Negative_Seq_Hi = 0.21;
-    test.Negative_Seq_Lo = 0.22;
-    test.Negative_Phase_Hi = degrees(2.25);
-    test.Negative_Phase_Lo = degrees(332.5);
-    test.Negative_Distortion_Index = 0.00084;
-    test.Positive_Seq_Hi = 250.31;
-    test.Positive_Seq_Lo = 5.32;
-    test.Positive_Phase_Hi = degrees(1.25);
-    test.Positive_Phase_Lo = degrees(331.5);
-    test.Ratio_3PH = 49.5;
-    test.Ratio_3PH_error = 1.01014;
-    test.Phase_3PH = degrees(30.125);
+    double value = 3.5;
+    for (const auto reading : C_Readings) test.*reading = value += C_Step;
     return test;
 }
 
@@ -117,21 +91,17 @@ SampleRecord::SampleRecord(QVL_TestType type, QVL_TestMode mode) {
 }
 
 QVL_TestData_3ph& SampleRecord::add(const QVL_TestData_3ph& test) {
-    m_tests_3ph.push_back(&keep(test));
-    record.data_3ph = m_tests_3ph.data();
-    record.test_count = static_cast<std::uint32_t>(m_tests_3ph.size());
-    return m_kept_3ph.back();
+    tests_3ph_.push_back(&keep(test));
+    record.data_3ph = tests_3ph_.data();
+    record.test_count = static_cast<std::uint32_t>(tests_3ph_.size());
+    return kept_3ph_.back();
 }
 
 QVL_TestData_1ph& SampleRecord::add(const QVL_TestData_1ph& test) {
-    m_tests_1ph.push_back(&m_kept_1ph.emplace_back(test));
-    record.data_1ph = m_tests_1ph.data();
-    record.test_count = static_cast<std::uint32_t>(m_tests_1ph.size());
-    return m_kept_1ph.back();
-}
-
-QVL_TestData_3ph& SampleRecord::keep(const QVL_TestData_3ph& half) {
-    return m_kept_3ph.emplace_back(half);
+    tests_1ph_.push_back(&kept_1ph_.emplace_back(test));
+    record.data_1ph = tests_1ph_.data();
+    record.test_count = static_cast<std::uint32_t>(tests_1ph_.size());
+    return kept_1ph_.back();
 }
 
 SampleRecord sample_auto_record() {

@@ -1,10 +1,17 @@
-// Believable test records, every field filled. No two numbers of a test are alike, so that a swapped column shows.
+// Test records with every field filled. No two readings of a test are alike, so that a swapped one shows.
 #pragma once
 
 #include "api/qvl_records.h"
 
 #include <deque>
+#include <string>
 #include <vector>
+
+// All bytes of a record, also those that nobody names.
+template <class Record>
+std::string bytes_of(const Record& record) {
+    return {reinterpret_cast<const char*>(&record), sizeof record};
+}
 
 // Phase 0, 1, 2: A, B, C.
 QVL_TestData_Phase sample_phase(int phase);
@@ -26,15 +33,15 @@ class SampleRecord {
     QVL_TestData_1ph& add(const QVL_TestData_1ph& test);
 
     // Lives as long as the record; for the halves of automatic tests.
-    QVL_TestData_3ph& keep(const QVL_TestData_3ph& half);
+    QVL_TestData_3ph& keep(const QVL_TestData_3ph& half) { return kept_3ph_.emplace_back(half); }
 
     QVL_Test_Record record{};
 
   private:
-    std::deque<QVL_TestData_3ph> m_kept_3ph;
-    std::deque<QVL_TestData_1ph> m_kept_1ph;
-    std::vector<const QVL_TestData_3ph*> m_tests_3ph;
-    std::vector<const QVL_TestData_1ph*> m_tests_1ph;
+    std::deque<QVL_TestData_3ph> kept_3ph_;
+    std::deque<QVL_TestData_1ph> kept_1ph_;
+    std::vector<const QVL_TestData_3ph*> tests_3ph_;
+    std::vector<const QVL_TestData_1ph*> tests_1ph_;
 };
 
 // An automatic three-phase record: one test with a listing of its own and an UP and a DOWN half.

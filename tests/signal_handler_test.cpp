@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 #include <plog/Init.h>
 #include <plog/Log.h>
-#include <string>
+#include <sstream>
 #include <vector>
 
 namespace {
@@ -13,13 +13,11 @@ namespace {
 class RecordKeeper : public plog::IAppender {
   public:
     void write(const plog::Record& record) override {
-        records.push_back(std::string(plog::severityToString(record.getSeverity())) + " " + record.getFunc() + ": " +
-                          record.getMessage());
+        records << plog::severityToString(record.getSeverity()) << " " << record.getFunc() << ": "
+                << record.getMessage() << "\n";
     }
-    std::vector<std::string> records;
+    std::ostringstream records;
 };
-
-using Records = std::vector<std::string>;
 
 // One test, because a logger that was set up once stays.
 TEST(SignalHandler, CallsTheStopHandlerAndLogsWhereThereIsALogger) {
@@ -35,23 +33,17 @@ TEST(SignalHandler, CallsTheStopHandlerAndLogsWhereThereIsALogger) {
     RecordKeeper keeper;
     plog::init(plog::warning, &keeper);
     std::raise(SIGINT);
-    EXPECT_EQ(keeper.records, Records{});
+    EXPECT_EQ(keeper.records.str(), "");
 
     plog::get()->setMaxSeverity(plog::info);
     stops.clear();
     for (const int number : {SIGINT, SIGKILL, SIGSTOP, SIGTERM, SIGUSR1}) sig_handler(number);
     EXPECT_EQ(stops, (std::vector<int>{2, 9, 19, 15}));
-    EXPECT_EQ(keeper.records, (Records{
-                                  "INFO sig_handler: Received signal: 2",
-                                  "INFO sig_handler: received SIGINT",
-                                  "INFO sig_handler: Received signal: 9",
-                                  "INFO sig_handler: received SIGKILL",
-                                  "INFO sig_handler: Received signal: 19",
-                                  "INFO sig_handler: received SIGSTOP",
-                                  "INFO sig_handler: Received signal: 15",
-                                  "INFO sig_handler: received SIGTERM",
-                                  "INFO sig_handler: Received signal: 10",
-                              }));
+    EXPECT_EQ(keeper.records.str(), "INFO sig_handler: Received signal: 2\nINFO sig_handler: received SIGINT\n"
+                                    "INFO sig_handler: Received signal: 9\nINFO sig_handler: received SIGKILL\n"
+                                    "INFO sig_handler: Received signal: 19\nINFO sig_handler: received SIGSTOP\n"
+                                    "INFO sig_handler: Received signal: 15\nINFO sig_handler: received SIGTERM\n"
+                                    "INFO sig_handler: Received signal: 10\n");
     std::signal(SIGINT, SIG_DFL);
     std::signal(SIGTERM, SIG_DFL);
     plog::get()->setMaxSeverity(plog::none);

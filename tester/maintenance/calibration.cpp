@@ -2,6 +2,7 @@
 
 #include "api/qvl_maintenance.h"
 #include "tester/maintenance/calibration_report.h"
+#include "tester/terminal/choice.h"
 #include "tester/terminal/default_format.h"
 #include "tester/terminal/input.h"
 #include "tester/terminal/result_check.h"
@@ -15,10 +16,9 @@ constexpr int C_VoltageCalibrationTime = 20000;  // ms, time enough to read an e
 
 constexpr char C_StartPrompt[] = "Press <ENTER> to Start or X to exit calibration";
 
-// What an entry leaves behind: an X at a go-ahead and a refused step lead back to the main menu.
-enum class Then { ShowMenu, Leave };
+// An X at a go-ahead and a refused step lead back to the main menu.
 
-double ask(const char* question) {
+double ask_number(const char* question) {
     std::cout << question;
     return input_double();
 }
@@ -60,17 +60,17 @@ Then calibrate_voltage() {
     print_own_readings(own_h1, own_h2, own_h3);
     if (!go_ahead("Press <ENTER> to continue calibration or X to cancel calibration")) return Then::Leave;
 
-    const double h1 = ask("Enter externally measured RMS voltage H1-H0: ");
-    const double h2 = ask("Enter externally measured RMS voltage H2-H0: ");
-    const double h3 = ask("Enter externally measured RMS voltage H3-H0: ");
+    const double h1 = ask_number("Enter externally measured RMS voltage H1-H0: ");
+    const double h2 = ask_number("Enter externally measured RMS voltage H2-H0: ");
+    const double h3 = ask_number("Enter externally measured RMS voltage H3-H0: ");
     if (!CheckResult(QVL_CalibrateVoltageEnd(h1, h2, h3, &C_PrintProgress))) return Then::Leave;
     return completed();
 }
 
 Then calibrate_high_current() {
-    const double x1 = ask("Enter fixture resistor X1-X0, Ohms: ");
-    const double x2 = ask("Enter fixture resistor X2-X0, Ohms: ");
-    const double x3 = ask("Enter fixture resistor X3-X0, Ohms: ");
+    const double x1 = ask_number("Enter fixture resistor X1-X0, Ohms: ");
+    const double x2 = ask_number("Enter fixture resistor X2-X0, Ohms: ");
+    const double x3 = ask_number("Enter fixture resistor X3-X0, Ohms: ");
     std::cout << "Connect all leads to the the high current fixture" << std::endl;
     // The line end behind the last resistor answers this prompt: the procedure starts at once.
     if (!go_ahead(C_StartPrompt)) return Then::Leave;
@@ -85,26 +85,30 @@ Then show_calibration_data() {
     return Then::ShowMenu;
 }
 
-Then run_menu() {
-    std::cout << "Calibration menu" << std::endl
-              << "1. Zero calibration" << std::endl
-              << "2. Voltage RMS calibration" << std::endl
-              << "3. High Current calibration" << std::endl
-              << "9. Show calibration data" << std::endl
-              << "0. Return to the main menu" << std::endl;
-    switch (input_int()) {
-    case 1: return calibrate_zero();
-    case 2: return calibrate_voltage();
-    case 3: return calibrate_high_current();
-    case 9: return show_calibration_data();
-    case 0: return Then::Leave;
-    default: return Then::ShowMenu;
-    }
+Then return_to_main_menu() {
+    return Then::Leave;
+}
+
+Then show_menu_again() {
+    return Then::ShowMenu;
+}
+
+constexpr Choice<Then (*)()> C_CalibrationMenu[] = {
+    {1, "1. Zero calibration",         calibrate_zero        },
+    {2, "2. Voltage RMS calibration",  calibrate_voltage     },
+    {3, "3. High Current calibration", calibrate_high_current},
+    {9, "9. Show calibration data",    show_calibration_data },
+    {0, "0. Return to the main menu",  return_to_main_menu   },
+};
+
+Then run_calibration_menu() {
+    std::cout << "Calibration menu" << std::endl;
+    return choose(C_CalibrationMenu).value_or(show_menu_again)();
 }
 
 }  // namespace
 
 void Calibration() {
-    while (run_menu() == Then::ShowMenu) {
+    while (run_calibration_menu() == Then::ShowMenu) {
     }
 }

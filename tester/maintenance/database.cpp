@@ -2,13 +2,17 @@
 
 #include "api/qvl_maintenance.h"
 #include "tester/report/formatter.h"
+#include "tester/report/lent_record.h"
 #include "tester/runs/transformer_entry.h"
+#include "tester/terminal/choice.h"
 #include "tester/terminal/globals.h"
 #include "tester/terminal/input.h"
 #include "tester/terminal/result_check.h"
 
+#include <cstdint>
 #include <iostream>
-#include <iterator>
+#include <optional>
+#include <string>
 
 namespace {
 
@@ -17,34 +21,24 @@ struct SortOrder {
     bool ascending;
 };
 
-// Choices 1 to 6 of the sort menu.
-constexpr SortOrder C_SortOrders[] = {
-    {QVL_Order_DateTime,    true },
-    {QVL_Order_DateTime,    false},
-    {QVL_Order_TestID,      true },
-    {QVL_Order_TestID,      false},
-    {QVL_Order_VectorGroup, true },
-    {QVL_Order_VectorGroup, false},
+constexpr Choice<std::optional<SortOrder>> C_SortOrders[] = {
+    {1, "1. Date/Time Asc",     SortOrder{QVL_Order_DateTime, true}    },
+    {2, "2. Date/Time Desc",    SortOrder{QVL_Order_DateTime, false}   },
+    {3, "3. Test ID Asc",       SortOrder{QVL_Order_TestID, true}      },
+    {4, "4. Test ID Desc",      SortOrder{QVL_Order_TestID, false}     },
+    {5, "5. Vector Group Asc",  SortOrder{QVL_Order_VectorGroup, true} },
+    {6, "6. Vector Group Desc", SortOrder{QVL_Order_VectorGroup, false}},
+    {0, "0. Cancel",            std::nullopt                           },
 };
 
-// Null: the operator does not want a list.
-const SortOrder* select_sort_order() {
-    for (;;) {
-        std::cout << std::endl
-                  << "== Choose sort order ==" << std::endl
-                  << std::endl
-                  << "1. Date/Time Asc" << std::endl
-                  << "2. Date/Time Desc" << std::endl
-                  << "3. Test ID Asc" << std::endl
-                  << "4. Test ID Desc" << std::endl
-                  << "5. Vector Group Asc" << std::endl
-                  << "6. Vector Group Desc" << std::endl
-                  << "0. Cancel" << std::endl;
-        const int choice = input_int();
-        if (choice == 0) return nullptr;
-        if (choice >= 1 && choice <= std::ssize(C_SortOrders)) return &C_SortOrders[choice - 1];
-    }
-}
+// Null leaves the menu; a refusal of the device does not.
+constexpr Choice<void (*)()> C_DatabaseMenu[] = {
+    {1, "1. List database records", ListTestResults     },
+    {2, "2. Read record",           ReadDatabaseRecord  },
+    {3, "3. Delete record",         DeleteDatabaseRecord},
+    {9, "9. Clear database",        ClearDatabase       },
+    {0, "0. Cancel",                nullptr             },
+};
 
 void print_labels(const QVL_TestLabelsList& list) {
     std::cout << "Total count: " << list.count << std::endl;
@@ -56,42 +50,26 @@ void print_labels(const QVL_TestLabelsList& list) {
 }  // namespace
 
 void Database() {
-    for (;;) {
-        std::cout << std::endl
-                  << "== Choose menu item ==" << std::endl
-                  << std::endl
-                  << "1. List database records" << std::endl
-                  << "2. Read record" << std::endl
-                  << "3. Delete record" << std::endl
-                  << "9. Clear database" << std::endl
-                  << "0. Cancel" << std::endl;
-        switch (input_int()) {
-        case 1: ListTestResults(); break;
-        case 2: ReadDatabaseRecord(); break;
-        case 3: DeleteDatabaseRecord(); break;
-        case 9: ClearDatabase(); break;
-        case 0: return;
-        }
-    }
+    while (void (*const routine)() = choose_until_known(C_MenuHeading, C_DatabaseMenu)) routine();
 }
 
 void ListTestResults() {
-    const SortOrder* order = select_sort_order();
+    const auto order = choose_until_known("== Choose sort order ==", C_SortOrders);
     if (!order) return;
     std::cout << "Existing test results: " << std::endl;
     QVL_TestLabelsList* list = nullptr;  // may stay null even after a success
     if (!CheckResult(QVL_ListRecords(&list, order->field, order->ascending)) || !list) return;
+    const LentLabels owned(list);
     print_labels(*list);
-    QVL_FreeTestRecordsList(list);
 }
 
 void ReadDatabaseRecord() {
     const char* testID = InputExistingTestID();
     QVL_Test_Record* record = nullptr;  // may stay null even after a success
     if (!CheckResult(QVL_ReadRecord(testID, true, &record)) || !record) return;
+    const LentRecord owned(record);
     QVL_Test_Output::ResultsToText(record, std::cout, current_frequency, DeviceSerialNumber, device_software_version,
                                    nullptr);
-    QVL_FreeTestRecord(record);
 }
 
 void DeleteDatabaseRecord() {

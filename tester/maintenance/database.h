@@ -1,6 +1,7 @@
+// The instrument's test database. Records belong to the device library and go back as soon as they have been printed.
 #pragma once
 
-// Browser of the instrument's test database. Main menu entry 4.
+// The browser, until 0. Main menu entry 4. A refusal of the device is printed and shows the menu again.
 void Database();
 
 void ListTestResults();       // all labels, in a chosen order

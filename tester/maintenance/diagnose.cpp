@@ -2,6 +2,7 @@
 
 #include "api/qvl_maintenance.h"
 #include "tester/runs/connections.h"
+#include "tester/terminal/choice.h"
 #include "tester/terminal/globals.h"
 #include "tester/terminal/input.h"
 
@@ -9,36 +10,54 @@
 
 namespace {
 
+constexpr Choice<QVL_TestDirection> C_Directions[] = {
+    {1, "1: DOWN", QVL_Direction_Down},
+    {2, "2: UP",   QVL_Direction_Up  },
+};
+
+constexpr Choice<QVL_PowerSupplyType> C_PowerSupplies[] = {
+    {1, "1: 47V", QVL_PowerSupply_47V},
+    {2, "2: 12V", QVL_PowerSupply_12V},
+};
+
+// True for the long measuring time. To return means the short one too.
+constexpr Choice<bool> C_TestingTimes[] = {
+    {1, "1: Short test (default)", false},
+    {2, "2: Long time",            true },
+    {0, "0: Return",               false},
+};
+
 QVL_TestDirection select_direction() {
-    std::cout << "Excitation direction:" << std::endl << "1: DOWN" << std::endl << "2: UP" << std::endl;
-    return input_int() == 2 ? QVL_Direction_Up : QVL_Direction_Down;
+    std::cout << "Excitation direction:" << std::endl;
+    return choose(C_Directions).value_or(QVL_Direction_Down);
 }
 
 QVL_PowerSupplyType select_power_supply() {
-    std::cout << "Power supply type:" << std::endl << "1: 47V" << std::endl << "2: 12V" << std::endl;
-    return input_int() == 2 ? QVL_PowerSupply_12V : QVL_PowerSupply_47V;
+    std::cout << "Power supply type:" << std::endl;
+    return choose(C_PowerSupplies).value_or(QVL_PowerSupply_47V);
 }
 
 void select_testing_time() {
-    std::cout << "Set testing time:" << std::endl
-              << "1: Short test (default)" << std::endl
-              << "2: Long time" << std::endl
-              << "0: Return" << std::endl;
-    debug_long_test = input_int() == 2;
+    std::cout << "Set testing time:" << std::endl;
+    debug_long_test = choose(C_TestingTimes).value_or(false);
     std::cout << (debug_long_test ? "LONG TEST TIME" : "SHORT TEST TIME") << std::endl;
 }
+
+void diagnose_voltage_dc() {
+    DiagnoseVoltageDC();  // a refusal shows on the meter alone
+}
+
+constexpr Choice<void (*)()> C_DiagnoseMenu[] = {
+    {1, "1: Set voltage DC",      diagnose_voltage_dc},
+    {2, "2: Set testing time",    select_testing_time},
+    {0, "0: Return to main menu", nullptr            },
+};
 
 }  // namespace
 
 void Diagnose() {
-    std::cout << "Diagnose board:" << std::endl
-              << "1: Set voltage DC" << std::endl
-              << "2: Set testing time" << std::endl
-              << "0: Return to main menu" << std::endl;
-    switch (input_int()) {
-    case 1: DiagnoseVoltageDC(); break;
-    case 2: select_testing_time(); break;
-    }
+    std::cout << "Diagnose board:" << std::endl;
+    if (const auto routine = choose(C_DiagnoseMenu).value_or(nullptr)) routine();
 }
 
 int DiagnoseVoltageDC() {

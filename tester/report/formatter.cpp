@@ -1,12 +1,13 @@
 #include "tester/report/formatter.h"
 
 #include "tester/report/fields.h"
+#include "tester/report/number_text.h"
+#include "tester/report/whole_file.h"
 
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <ctime>
-#include <fstream>
 #include <iomanip>
 #include <iostream>
 #include <map>
@@ -283,29 +284,42 @@ void write_tests(ResultWriter& out, const QVL_Test_Record& record, const Data* c
     }
 }
 
-void write_file_header(std::ostream& file, bool new_file, int frequency, const std::string& serial_number,
-                       const std::string& software_version) {
-    const std::time_t now = std::time(nullptr);
-    if (new_file) file << "sep=;";
-    file << "\nSerial #:;" << serial_number << "\nFrequency;" << frequency << "\nS/W version;" << software_version
-         << "\nDate & Time;" << std::ctime(&now) << '\n';
+std::string file_header(bool new_file, int frequency, const std::string& serial_number,
+                        const std::string& software_version) {
+    const std::time_t now = results_disk().now();
+    std::string header = new_file ? "sep=;" : "";
+    header.append("\nSerial #:;").append(serial_number);
+    header.append("\nFrequency;").append(std::to_string(frequency));
+    header.append("\nS/W version;").append(software_version);
+    header.append("\nDate & Time;").append(std::ctime(&now)).append("\n");
+    return header;
 }
 
-void append_to_file(const QVL_Test_Record* record, int frequency, const std::string& serial_number,
-                    const std::string& software_version, const char* file_name) {
-    const bool new_file = !std::ifstream(file_name).is_open();
-    std::ofstream file(file_name, std::ios::app);
-    if (file.is_open()) {
-        write_file_header(file, new_file, frequency, serial_number, software_version);
-    } else {
-        std::cout << "WARNING: Could not open file for write: " << file_name << std::endl;
-    }
-
+// The report with a value in a cell of its own behind each label.
+std::string report_cells(const QVL_Test_Record* record) {
     std::ostringstream report;
     QVL_Test_Output::ResultsToText_S(record, report, true);
     std::string cells = std::move(report).str();
     std::replace(cells.begin(), cells.end(), '=', ';');
-    file << cells;
+    return cells;
+}
+
+void append_to_file(const QVL_Test_Record* record, int frequency, const std::string& serial_number,
+                    const std::string& software_version, const char* file_name) {
+    const bool was_there = results_disk().look_up(file_name) != Disk::Entry::None;
+    const bool new_file = !results_disk().can_read(file_name);
+    WholeFile file(results_disk());
+    const bool opened = file.open(file_name, WholeFile::Earlier::Kept);
+    if (!opened) warn_about_file(C_CouldNotOpenForWrite, file_name);
+    const std::string header = file_header(new_file, frequency, serial_number, software_version);
+    const std::string report = header + report_cells(record);  // the headings that it prints come without a file too
+    if (!opened) return;
+    if (file.append(report) && file.save()) {
+        if (!was_there) sync_folder_of(file_name);
+        return;
+    }
+    if (!was_there) results_disk().remove(file_name);
+    warn_about_file(C_CouldNotOpenForWrite, file_name);  // the one text for a report that is not in its file
 }
 
 }  // namespace
@@ -359,6 +373,7 @@ template <class Stream>
 void QVL_Test_Output::ResultsToText_1ph_VR(const QVL_TestData_Phase& phase, double nameplate_ratio, Stream& stream) {
     ResultWriter out(stream);
     write_phase(out, phase, nameplate_ratio);
+    out.flush();
 }
 
 template <class Stream>
@@ -378,6 +393,7 @@ template <class Stream>
 void QVL_Test_Output::ResultsToText_3ph_VR(const QVL_TestData_3ph* test, Stream& stream) {
     ResultWriter out(stream);
     write_test(out, *test);
+    out.flush();
 }
 
 template <class Stream>
@@ -393,6 +409,7 @@ void QVL_Test_Output::ResultsToText_S(const QVL_Test_Record* record, Stream& str
     } else {
         out << "Test type not supported: " << type;
     }
+    out.flush();
 }
 
 void QVL_Test_Output::ResultsToText(const QVL_Test_Record* record, std::ostream& console, int frequency,

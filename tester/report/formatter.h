@@ -45,8 +45,8 @@ class QVL_Test_Output {
     static void ResultsToText_S(const QVL_Test_Record* record, Stream& stream, bool to_file);
 
     // The report on the console and, unless `file_name` is null, appended to that file with ";" for every "=".
-    // `frequency` (Hz), serial number and software version go into the file only. A file that cannot be opened gives
-    // a warning on std::cout.
+    // `frequency` (Hz), serial number and software version go into the file only. The file gets the report whole, on
+    // the disk, or not at all, which gives a warning on std::cout.
     static void ResultsToText(const QVL_Test_Record* record, std::ostream& console, int frequency,
                               const std::string& serial_number, const std::string& software_version,
                               const char* file_name);

@@ -14,20 +14,17 @@ inline const char* text_or_empty(const char* text) {
     return text ? text : "";
 }
 
-// Appends an angle held in radians: degrees in fixed notation with six decimals, folded into the range above -10
-// up to 350.
-void append_degrees(std::string& text, double radians);
-
-// Collects result text and hands it to a stream in one piece, at a fraction of the cost of formatting through the
+// Collects result text and hands it to a stream in large pieces, at a fraction of the cost of formatting through the
 // stream. The bytes are those that the stream itself would have made:
 // - in plain fixed notation doubles get the precision that the stream has when they are written;
 // - a stream with any other settings when the writer is made gets every piece through its own operator<<;
 // - a null text makes the stream go bad: what was written before it arrives, everything after it is lost.
-// Until the writer has been flushed or destroyed, nothing else may write to the stream.
+// Until the writer has been flushed, nothing else may write to the stream, and what is never flushed is lost. Throws
+// std::bad_alloc when there is no memory for the text.
 class ResultWriter {
   public:
     explicit ResultWriter(std::ostream& stream);
-    ~ResultWriter() { flush(); }
+    ~ResultWriter() = default;
     ResultWriter(const ResultWriter&) = delete;
     ResultWriter& operator=(const ResultWriter&) = delete;
 

@@ -1,3 +1,4 @@
+// How one side of the transformer is connected for a single-phase measurement.
 #pragma once
 
 #include "api/qvl_parameters.h"

@@ -3,22 +3,21 @@
 
 #include "api/qvl_parameters.h"
 #include "api/qvl_service.h"
-#include "tester/terminal/input.h"
 
-#include <cstddef>
+#include <optional>
 
 struct MeasurementType {
-    int choice;  // in the menu
     QVL_TestMode mode;
-    double QVL_DeviceInfo::*default_voltage;
+    double QVL_DeviceInfo::*default_voltage;  // of the test voltage entry, V
 };
 
-// Reads the choice. Null when it is none of these: the operator then wants no test.
-template <std::size_t Count>
-const MeasurementType* input_measurement_type(const MeasurementType (&types)[Count]) {
-    const int choice = input_int();
-    for (const MeasurementType& type : types) {
-        if (type.choice == choice) return &type;
-    }
-    return nullptr;
-}
+// What a line of that menu leads to; nothing: back to the main menu.
+using MeasurementChoice = std::optional<MeasurementType>;
+
+inline constexpr MeasurementChoice C_AutoRatio = MeasurementType{QVL_TestMode_VR_Auto, &QVL_DeviceInfo::auto_voltage};
+inline constexpr MeasurementChoice C_StepDown =
+    MeasurementType{QVL_TestMode_VR_Down, &QVL_DeviceInfo::step_down_voltage};
+inline constexpr MeasurementChoice C_StepUp = MeasurementType{QVL_TestMode_VR_Up, &QVL_DeviceInfo::step_up_voltage};
+inline constexpr MeasurementChoice C_CurrentTransformer =
+    MeasurementType{QVL_TestMode_CT, &QVL_DeviceInfo::auto_voltage};
+inline constexpr MeasurementChoice C_NoMeasurement;

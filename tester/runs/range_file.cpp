@@ -3,8 +3,7 @@
 #include "tester/terminal/globals.h"
 
 #include <ctime>
-#include <fcntl.h>
-#include <unistd.h>
+#include <new>
 
 namespace {
 
@@ -14,31 +13,45 @@ std::string date_time_stem(std::time_t now) {
     return std::string("range-test-") + text;
 }
 
-// What was written to a file or folder is on the disk afterwards, which outlives the power.
-void sync_to_disk(const std::string& path) {
-    const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    if (file < 0) return;
-    ::fsync(file);
-    ::close(file);
+std::string header_block(std::time_t now, const std::string& column_header) {
+    std::string text = "sep=;\n";
+    text.append("ZERKO software version;").append(device_software_version).append("\n");
+    text.append("Date & Time;").append(std::ctime(&now)).append("\n\n");
+    return text.append(column_header).append("\n");
 }
 
 }  // namespace
 
-void RangeFile::open(const std::string& test_id, const std::string& column_header) {
-    const std::time_t now = std::time(nullptr);
+std::string RangeFile::open(const std::string& test_id, const std::string& column_header) {
+    const std::time_t now = results_disk().now();
     const std::string base_name = (test_id.empty() ? date_time_stem(now) : test_id) + ".csv";
     path_ = C_ResutsDir + device_software_version + "-" + base_name;
-    current_file = path_;
 
-    stream_.open(path_, std::ios::out | std::ios::trunc);
-    stream_ << "sep=;\n"
-            << "ZERKO software version;" << device_software_version << "\n"
-            << "Date & Time;" << std::ctime(&now) << "\n\n"
-            << column_header << "\n";
-    keep();
-    sync_to_disk(C_ResutsDir);  // the folder, so that it knows the new file
+    rows_.open(path_);
+    add(header_block(now, column_header));
+    sync_folder_of(path_);
+    return path_;
 }
 
 void RangeFile::keep() {
-    if (stream_.flush()) sync_to_disk(path_);
+    if (stream_.view().empty()) return;  // after a null text nothing more comes
+    add(stream_.view());
+    stream_.str({});
+}
+
+bool RangeFile::complete() {
+    const bool written = rows_.write_missing();
+    if (!stream_.view().ends_with('\n')) return written;
+    try {
+        keep();  // whole rows for which there was no memory
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
+    return rows_.missing() == 0;
+}
+
+void RangeFile::add(std::string_view rows) {
+    const bool was_complete = rows_.missing() == 0;
+    rows_.add(rows);
+    if (was_complete && rows_.missing() > 0) warn_about_file(C_CouldNotWrite, path_);
 }

@@ -33,8 +33,11 @@ void add_cells(ResultWriter& row, const QVL_TestData_3ph& test, const PhaseField
     }
 }
 
-inline const char* direction_cell(QVL_TestMode mode) {
-    return mode == QVL_TestMode_VR_Up ? "UP" : "DOWN";
+// Below "Mode;Voltage;Frequency".
+template <class Data>
+void add_condition_cells(ResultWriter& row, const Data& test) {
+    row << ';' << (test.test_mode == QVL_TestMode_VR_Up ? "UP" : "DOWN");
+    row << ';' << test.voltage << ';' << test.frequency;
 }
 
 // Writes one row for each test of the record.
@@ -43,4 +46,5 @@ void write_rows(std::ostream& file, const QVL_Test_Record& record, const Data* c
     file << std::fixed << std::setprecision(8);
     ResultWriter row(file);
     for (std::uint32_t i = 0; i < record.test_count; ++i) write_row(row, record.label.test_id, *tests[i]);
+    row.flush();
 }

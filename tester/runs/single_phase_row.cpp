@@ -7,8 +7,9 @@ namespace {
 using Phase = QVL_TestData_Phase;
 using enum Quantity;
 
-// Header and row are both written from this table. The mixed spellings are part of the file format.
-constexpr Field<Phase> C_PhaseColumns[] = {
+// Header and row are both written from this table, but for the first columns. The mixed spellings are part of the file
+// format.
+constexpr Field<Phase> C_PhaseColumns_1F[] = {
     {"Voltage Hi",             &Phase::Voltage_High,                 Number},
     {"Voltage Lo",             &Phase::Voltage_Low,                  Number},
     {"V Ratio",                &Phase::Ratio,                        Number},
@@ -33,21 +34,24 @@ constexpr Field<Phase> C_PhaseColumns[] = {
     {"Temp C",                 &Phase::Temperature,                  Number},
 };
 
-void write_row(ResultWriter& row, const char* test_id, const QVL_TestData_1ph& test) {
-    row << text_or_empty(test_id) << ';' << direction_cell(test.test_mode);
-    row << ';' << test.voltage << ';' << test.frequency;
-    add_cells(row, test.phase, C_PhaseColumns);
+// The columns that no table describes: what the test was.
+constexpr char C_TestHeadings_1F[] = "Test ID;Mode;Voltage;Frequency";
+
+void write_row_1F(ResultWriter& row, const char* test_id, const QVL_TestData_1ph& test) {
+    row << text_or_empty(test_id);
+    add_condition_cells(row, test);
+    add_cells(row, test.phase, C_PhaseColumns_1F);
     row << '\n';
 }
 
 }  // namespace
 
 std::string ColumnHeader_1F() {
-    std::string header = "Test ID;Mode;Voltage;Frequency";
-    add_headings(header, C_PhaseColumns);
+    std::string header = C_TestHeadings_1F;
+    add_headings(header, C_PhaseColumns_1F);
     return header;
 }
 
 void PerformTest_1F(std::ostream& file, const QVL_Test_Record& record) {
-    write_rows(file, record, record.data_1ph, write_row);
+    write_rows(file, record, record.data_1ph, write_row_1F);
 }

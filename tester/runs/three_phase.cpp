@@ -4,54 +4,45 @@
 #include "tester/runs/run.h"
 #include "tester/runs/three_phase_row.h"
 #include "tester/runs/transformer_entry.h"
+#include "tester/terminal/choice.h"
 #include "tester/terminal/globals.h"
-#include "tester/terminal/input.h"
 
 #include <iostream>
 
 namespace {
 
-constexpr MeasurementType C_MeasurementTypes[] = {
-    {1, QVL_TestMode_VR_Auto, &QVL_DeviceInfo::auto_voltage     },
-    {2, QVL_TestMode_VR_Down, &QVL_DeviceInfo::step_down_voltage},
-    {3, QVL_TestMode_VR_Up,   &QVL_DeviceInfo::step_up_voltage  },
+// The median filter is listed and leads nowhere.
+constexpr Choice<MeasurementChoice> C_MeasurementTypes_3F[] = {
+    {1,  "1. Auto Test 3 Ph",           C_AutoRatio    },
+    {2,  "2. Ratio 3 Ph Step DOWN",     C_StepDown     },
+    {3,  "3. Ratio 3 Ph Step UP",       C_StepUp       },
+    {13, "13. Median Filter Auto Test", C_NoMeasurement},
+    {0,  "0. Exit",                     C_NoMeasurement},
 };
-
-// Null when the operator wants none of them, or the median filter, which is listed and leads nowhere.
-const MeasurementType* select_measurement_type() {
-    std::cout << std::endl
-              << "Choose Measurement Type" << std::endl
-              << "1. Auto Test 3 Ph" << std::endl
-              << "2. Ratio 3 Ph Step DOWN" << std::endl
-              << "3. Ratio 3 Ph Step UP" << std::endl
-              << "13. Median Filter Auto Test" << std::endl
-              << "0. Exit" << std::endl;
-    return input_measurement_type(C_MeasurementTypes);
-}
 
 struct TestMethod {
-    QVL_TestType type = QVL_TestType_3ph_Auto;
+    QVL_TestType type;
     bool magnetic_balance = false;
-    bool all_types = false;
+    bool all_types = false;  // each test of the plan in all three types
 };
 
-TestMethod select_test_method() {
-    std::cout << "Select test method: " << std::endl
-              << "1. AUTO" << std::endl
-              << "2. Excite 3ph, measure 1ph" << std::endl
-              << "3. Excite 1ph, measure 1ph" << std::endl
-              << "4. Excite 3ph, measure 3ph" << std::endl
-              << "5. Simulate test" << std::endl
-              << "6. Test ALL modes: 3-3, 3-1, 1-1" << std::endl
-              << "7. Magnetic Balance Test" << std::endl;
-    switch (input_int()) {
-    case 2: return {.type = QVL_TestType_3ph_3_1};
-    case 3: return {.type = QVL_TestType_3ph_1_1};
-    case 4: return {.type = QVL_TestType_3ph_3_3};
-    case 6: return {.all_types = true};
-    case 7: return {.type = QVL_TestType_3ph_3_1, .magnetic_balance = true};
-    default: return {};
-    }
+constexpr TestMethod C_AutoMethod = {.type = QVL_TestType_3ph_Auto};
+
+// "Simulate test" has no behaviour of its own.
+constexpr Choice<TestMethod> C_TestMethods[] = {
+    {1, "1. AUTO",                          C_AutoMethod                                            },
+    {2, "2. Excite 3ph, measure 1ph",       {.type = QVL_TestType_3ph_3_1}                          },
+    {3, "3. Excite 1ph, measure 1ph",       {.type = QVL_TestType_3ph_1_1}                          },
+    {4, "4. Excite 3ph, measure 3ph",       {.type = QVL_TestType_3ph_3_3}                          },
+    {5, "5. Simulate test",                 C_AutoMethod                                            },
+    {6, "6. Test ALL modes: 3-3, 3-1, 1-1", {.type = QVL_TestType_3ph_Auto, .all_types = true}      },
+    {7, "7. Magnetic Balance Test",         {.type = QVL_TestType_3ph_3_1, .magnetic_balance = true}},
+};
+
+TestMethod select_test_method(QVL_TestMode mode) {
+    if (mode == QVL_TestMode_VR_Auto) return C_AutoMethod;
+    std::cout << "Select test method: " << std::endl;
+    return choose(C_TestMethods).value_or(C_AutoMethod);
 }
 
 void select_windings(QVL_Parameters_3ph& parameters) {
@@ -64,32 +55,24 @@ void select_windings(QVL_Parameters_3ph& parameters) {
 TestPlan for_all_test_types(const TestPlan& plan) {
     TestPlan all;
     for (const QVL_TestType type : {QVL_TestType_3ph_3_3, QVL_TestType_3ph_3_1, QVL_TestType_3ph_1_1}) {
-        for (SingleTestConfig config : plan) {
-            config.test_type = type;
-            all.push_back(config);
+        for (auto [test, times] : plan.parts()) {
+            test.test_type = type;
+            all.add(test, times);
         }
     }
     return all;
 }
 
-// Every three-phase test carries these, whatever the operator chose.
-void set_fixed_fields(QVL_Parameters_3ph& parameters) {
-    parameters.fixed_8 = 100;
-    parameters.fixed_24 = 1.0;
-    parameters.fixed_60 = 0;
-    parameters.fixed_74 = true;
-}
-
 }  // namespace
 
 void Three_Phase() {
-    const MeasurementType* measurement = select_measurement_type();
+    std::cout << std::endl << "Choose Measurement Type" << std::endl;
+    const MeasurementChoice measurement = choose(C_MeasurementTypes_3F).value_or(C_NoMeasurement);
     if (!measurement) return;
 
     QVL_Parameters_3ph parameters;
     parameters.test_mode = measurement->mode;
-    const bool direction_is_chosen = measurement->mode != QVL_TestMode_VR_Auto;
-    const TestMethod method = direction_is_chosen ? select_test_method() : TestMethod{};
+    const TestMethod method = select_test_method(measurement->mode);
     parameters.test_type = method.type;
     parameters.magnetic_balance = method.magnetic_balance;
 
@@ -97,14 +80,14 @@ void Three_Phase() {
     SelectPhaseShift(parameters);
     TestPlan plan = InputTestVoltage(device_info.*measurement->default_voltage);
     parameters.nameplate_ratio = InputNameplateRatio();
-    parameters.frequency = current_frequency;
+    parameters.fixed_24 = 1.0;
     parameters.raw_data = get_RAW_Data;
-    set_fixed_fields(parameters);
     if (method.all_types) {
         std::cout << "Testing ALL test types." << std::endl;
         plan = for_all_test_types(plan);
     }
 
-    TestRun run(plan.size(), InputNewTestID(), !method.all_types);
-    run_test_plan(plan, parameters, {QVL_Test_3ph, ColumnHeader_3F(), PerformTest_3F, EmptyLine::AfterResult}, run);
+    run_test_plan(plan, parameters,
+                  {QVL_Test_3ph, ColumnHeader_3F(), PerformTest_3F, EmptyLine::AfterResult,
+                   method.all_types ? Storing::Never : Storing::Wanted});
 }

@@ -8,14 +8,15 @@ using Phase = QVL_TestData_Phase;
 using Test = QVL_TestData_3ph;
 using enum Quantity;
 
-// Header and row are both written from these tables. The mixed spellings are part of the file format.
+// Header and row are both written from these tables, but for the columns further down. The mixed spellings are part of
+// the file format.
 
-constexpr PhaseField C_VoltageColumns[] = {
+constexpr PhaseField C_VoltageColumns_3F[] = {
     {"Voltage A", "Voltage B", "Voltage C", &Phase::Voltage_High, Number},
     {"Voltage a", "Voltage b", "Voltage c", &Phase::Voltage_Low,  Number},
 };
 
-constexpr PhaseField C_PhaseColumns[] = {
+constexpr PhaseField C_PhaseColumns_3F[] = {
     {"Current_A F",   "Current_B_F",   "Current_C_F",   &Phase::Current_f,                    Number},
     {"Voltage_A_F",   "Voltage_B_F",   "Voltage_C_F",   &Phase::Voltage_f,                    Number},
     {"Current_rms_A", "Current_rms_B", "Current_rms_C", &Phase::Current_rms,                  Number},
@@ -29,7 +30,7 @@ constexpr PhaseField C_PhaseColumns[] = {
     {"DD_Fi a",       "DD_Fi b",       "DD_Fi c",       &Phase::phase_deviation_from_phasing, Angle },
 };
 
-constexpr Field<Test> C_TestColumns[] = {
+constexpr Field<Test> C_TestColumns_3F[] = {
     {"Pos_Seq Hi",      &Test::Positive_Seq_Hi,           Number},
     {"Neg_Seq Hi",      &Test::Negative_Seq_Hi,           Number},
     {"Zero_Seq Hi",     &Test::Zero_Seq_Hi,               Number},
@@ -49,7 +50,7 @@ constexpr Field<Test> C_TestColumns[] = {
     {"PH 3PH",          &Test::Phase_3PH,                 Angle },
 };
 
-constexpr Field<Phase> C_PhaseAColumns[] = {
+constexpr Field<Phase> C_PhaseAColumns_3F[] = {
     {"PGA_1",  &Phase::PGA_1,       Number},
     {"PGA_2",  &Phase::PGA_2,       Number},
     {"PGA_3",  &Phase::PGA_3,       Number},
@@ -70,35 +71,39 @@ const char* type_label(QVL_TestType type) {
     }
 }
 
+// The columns that no table describes: what the test was, and the ratio of each phase behind the phase voltages.
+constexpr char C_TestHeadings_3F[] = "Test ID;Type;Mode;Voltage;Frequency";
+constexpr char C_RatioHeadings_3F[] =
+    ";Label A;VR Ratio A;VR RE A %;Label B;VR Ratio B;VR RE B %;Label C;VR Ratio C;VR RE C %";
+
 void add_ratio_cells(ResultWriter& row, const Phase& phase) {
     row << ';' << phase.name << " = (" << phase.hi_name << ") / (" << phase.lo_name << ')';
     row << ';' << phase.Ratio << ';' << phase.Ratio_Error;
 }
 
-void write_row(ResultWriter& row, const char* test_id, const Test& test) {
+void write_row_3F(ResultWriter& row, const char* test_id, const Test& test) {
     row << text_or_empty(test_id) << ';' << type_label(test.test_type);
-    row << ';' << direction_cell(test.test_mode);
-    row << ';' << test.voltage << ';' << test.frequency;
-    add_cells(row, test, C_VoltageColumns);
+    add_condition_cells(row, test);
+    add_cells(row, test, C_VoltageColumns_3F);
     for (const auto phase : C_Phases) add_ratio_cells(row, test.*phase);
-    add_cells(row, test, C_PhaseColumns);
-    add_cells(row, test, C_TestColumns);
-    add_cells(row, test.A, C_PhaseAColumns);
+    add_cells(row, test, C_PhaseColumns_3F);
+    add_cells(row, test, C_TestColumns_3F);
+    add_cells(row, test.A, C_PhaseAColumns_3F);
     row << '\n';
 }
 
 }  // namespace
 
 std::string ColumnHeader_3F() {
-    std::string header = "Test ID;Type;Mode;Voltage;Frequency";
-    add_headings(header, C_VoltageColumns);
-    header += ";Label A;VR Ratio A;VR RE A %;Label B;VR Ratio B;VR RE B %;Label C;VR Ratio C;VR RE C %";
-    add_headings(header, C_PhaseColumns);
-    add_headings(header, C_TestColumns);
-    add_headings(header, C_PhaseAColumns);
+    std::string header = C_TestHeadings_3F;
+    add_headings(header, C_VoltageColumns_3F);
+    header += C_RatioHeadings_3F;
+    add_headings(header, C_PhaseColumns_3F);
+    add_headings(header, C_TestColumns_3F);
+    add_headings(header, C_PhaseAColumns_3F);
     return header;
 }
 
 void PerformTest_3F(std::ostream& file, const QVL_Test_Record& record) {
-    write_rows(file, record, record.data_3ph, write_row);
+    write_rows(file, record, record.data_3ph, write_row_3F);
 }

@@ -1,6 +1,7 @@
 #include "tester/runs/transformer_entry.h"
 
 #include "api/qvl_maintenance.h"
+#include "tester/terminal/choice.h"
 #include "tester/terminal/default_format.h"
 #include "tester/terminal/input.h"
 #include "tester/terminal/result_check.h"
@@ -10,6 +11,14 @@
 #include <stdexcept>
 
 namespace {
+
+constexpr Choice<QVL_WindingType> C_Windings[] = {
+    {1, "1. D",  QVL_Winding_D },
+    {2, "2. Y",  QVL_Winding_Y },
+    {3, "3. Yn", QVL_Winding_Yn},
+    {4, "4. Z",  QVL_Winding_Z },
+    {5, "5. Zn", QVL_Winding_Zn},
+};
 
 bool ends_in_d(const std::string& text) {
     return text.back() == 'd' || text.back() == 'D';
@@ -39,18 +48,7 @@ bool record_exists(const std::string& testID) {
 }  // namespace
 
 QVL_WindingType SelectWindingType() {
-    std::cout << "1. D" << std::endl
-              << "2. Y" << std::endl
-              << "3. Yn" << std::endl
-              << "4. Z" << std::endl
-              << "5. Zn" << std::endl;
-    switch (input_int()) {
-    case 2: return QVL_Winding_Y;
-    case 3: return QVL_Winding_Yn;
-    case 4: return QVL_Winding_Z;
-    case 5: return QVL_Winding_Zn;
-    default: return QVL_Winding_D;
-    }
+    return choose(C_Windings).value_or(QVL_Winding_D);
 }
 
 template <class Parameters>

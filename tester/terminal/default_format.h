@@ -1,3 +1,4 @@
+// Numbers that print alike whatever was printed before them.
 #pragma once
 
 #include <ostream>

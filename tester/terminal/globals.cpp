@@ -9,7 +9,7 @@ const std::string C_GUI_API_DATAMARKER_END = "<===DATAEND===!>";
 }  // namespace Constants
 
 std::string C_ResutsDir;
-std::string current_file = "zerko";
+std::string current_file = C_DefaultFile;
 
 std::string DeviceSerialNumber;
 std::string device_software_version;
@@ -21,5 +21,5 @@ std::int32_t current_frequency = 80;
 bool get_RAW_Data = false;
 bool debug_long_test = false;
 
-bool IsStopping = false;
-bool IsExiting = false;
+std::atomic<bool> IsStopping = false;
+std::atomic<bool> IsExiting = false;

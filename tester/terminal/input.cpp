@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <iostream>
+#include <new>
 #include <unistd.h>
 
 namespace {
@@ -18,6 +19,13 @@ void discard_line() {
         if (Traits::eq_int_type(character, Traits::eof())) wait_for_ending_signal();
         if (Traits::to_char_type(character) == '\n') return;
     }
+}
+
+// A line that memory does not hold is no answer, and the stream hides the reason.
+void throw_if_out_of_memory() {
+    if (!std::cin.bad()) return;
+    std::cin.clear();
+    throw std::bad_alloc();
 }
 
 }  // namespace
@@ -38,12 +46,14 @@ int input_int() {
 std::string input_line() {
     std::string line;
     std::getline(std::cin, line);
+    throw_if_out_of_memory();
     return line;
 }
 
 std::string input_word() {
     std::string word;
     std::cin >> word;
+    throw_if_out_of_memory();
     return word;
 }
 

@@ -1,7 +1,7 @@
 // The one door to the keyboard.
 //
 // Numbers and lines are read from the C++ stream, single characters from the C stream; the two stay synchronised, so
-// what one read leaves on the line is met by the next, whichever it is.
+// what one read leaves on the line is met by the next, whichever it is. Menus read through choice.h.
 #pragma once
 
 #include <string>
@@ -16,8 +16,8 @@ std::string input_line();
 // Reads one word; what follows it stays on the line. Empty lines are skipped.
 std::string input_word();
 
-// Reads a floating-point number; what follows it stays on the line. After anything but a number the value is 0
-// (after one too large: infinite), and the reads to come fail until input_int meets the line.
+// Reads a floating-point number; what follows it stays on the line. After anything but a number the value is 0 (after
+// one too large: the largest number that there is), and the reads to come fail until input_int meets the line.
 double input_double();
 
 // Reads one key from the C stream; what follows it stays on the line.

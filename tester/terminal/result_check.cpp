@@ -12,11 +12,6 @@ void print_result_code(const char* heading, QVL_ResultCode code) {
     if (description) std::cout << description << std::endl << std::endl;
 }
 
-bool print_failure(QVL_ResultCode code) {
-    print_result_code("ERROR: ", code);
-    return false;
-}
-
 void ProgressTest(void*, int current, int total) {
     std::cout << "progress: " << current << "/" << total << std::endl;
 }

@@ -1,4 +1,5 @@
-// What the device reports, turned into console lines.
+// What the device reports, turned into console lines. Every result of the device goes through CheckResult, every long
+// operation gets C_PrintProgress.
 #pragma once
 
 #include "api/qvl_service.h"
@@ -6,16 +7,15 @@
 // Prints an empty line, the heading with the code's name, and the code's description if it has one.
 void print_result_code(const char* heading, QVL_ResultCode code);
 
-// Prints a failed result; always false.
-bool print_failure(QVL_ResultCode code);
-
 constexpr bool is_success(QVL_ResultCode code) {
     return code == QVL_Success || code == QVL_Success_44 || code == QVL_Success_76;
 }
 
 // True for success; any other code is printed as a failure, and the caller gives up.
 inline bool CheckResult(QVL_ResultCode code) {
-    return is_success(code) || print_failure(code);
+    if (is_success(code)) return true;
+    print_result_code("ERROR: ", code);
+    return false;
 }
 
 // Progress function for every QVL_ProgressCallback; the context is not used.

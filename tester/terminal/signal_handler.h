@@ -1,12 +1,31 @@
 // Interrupts from the keyboard and stop requests from the system.
+//
+// Signals are taken by a thread that does nothing else: it holds no lock, so the stop handler may print, allocate and
+// start threads, whatever the main thread is in the middle of. It should not wait for long, since the next signal is
+// taken when it has returned. The program calls, in this order and before anything else: BlockStopSignals,
+// RegisterStopHandler, TakeStopSignals.
 #pragma once
 
 #include <functional>
 
 namespace SignalHandler {
-// Has `handler` called with the signal's number on SIGINT and SIGTERM, in signal context and in place of any earlier
-// handler. Always true.
+// Keeps SIGINT and SIGTERM pending in this thread and in every thread that it starts. To be called in the main thread.
+void BlockStopSignals();
+
+// Has `handler` called with the signal's number on SIGINT and SIGTERM, in place of any earlier handler. Always true.
 bool RegisterStopHandler(const std::function<void(int)>& handler);
+
+// Starts the thread that takes the signals, for as long as the process lives. Where no thread is to be had they
+// interrupt the main thread as they come.
+void TakeStopSignals();
+
+// From here on the process ends with `status` within a second, even when something crashes on the way or std::exit does
+// not come back.
+void LeaveWithinASecond(int status);
+
+// The main thread stops where it is and never goes on, so that it uses nothing that std::exit destroys. Not to be
+// called in the main thread.
+void StopMainThread();
 }  // namespace SignalHandler
 
 // The process's signal handler: logs the signal, then calls the stop handler for those that stop the program.

@@ -76,6 +76,10 @@ before=$(program_files)
 quietly in_tree --install $packages
 
 program=$tree/usr/bin/console-tester
+# An empty entry of a run path is the current folder, whatever lies there.
+for built in "$program" "$build/bin/console-tester"; do
+    objdump -p "$built" | grep -q 'RUNPATH *$ORIGIN/../lib/zerko-console-tester$' || fail "$built has another run path"
+done
 for package in $packages; do
     for file in "$program" "$tree"/usr/lib/zerko-console-tester/*.so; do
         case $(dpkg-deb -c "$package") in *"${file#"$tree"/}"*) check_c_library "$package" "$file" ;; esac
