@@ -5,31 +5,55 @@ if(NOT QVL_API_LIBRARY AND NOT CMAKE_CROSSCOMPILING)
     list(APPEND packages simulated-instrument)
 endif()
 
-function(install_compressed file destination name component)
-    set(compressed ${PROJECT_BINARY_DIR}/packaging/${name})
-    add_custom_command(OUTPUT ${compressed} DEPENDS ${file} VERBATIM COMMAND sh -c "gzip -9nc '${file}' >'${compressed}'")
-    add_custom_target(compressed-${component}-${name} ALL DEPENDS ${compressed})
-    install(FILES ${compressed} DESTINATION ${destination} COMPONENT ${component})
+# Installs what a command makes of a file. It is made along with the program, so that packages can be made whenever
+# there is one.
+function(install_made command file destination name component)
+    set(made ${PROJECT_BINARY_DIR}/packaging/${component}/${name})
+    file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/packaging/${component})
+    add_custom_command(OUTPUT ${made} DEPENDS ${file} ${ARGN} VERBATIM COMMAND sh -c "${command} '${file}' >'${made}'")
+    add_custom_target(installed-${component}-${name} DEPENDS ${made})
+    add_dependencies(console-tester installed-${component}-${name})
+    install(FILES ${made} DESTINATION ${destination} COMPONENT ${component})
+endfunction()
+
+function(install_compressed file destination component)
+    get_filename_component(name ${file} NAME)
+    install_made("gzip -9nc" ${file} ${destination} ${name}.gz ${component})
+endfunction()
+
+function(install_page page destination component)
+    get_filename_component(name ${page} NAME)
+    set(changes ${PROJECT_SOURCE_DIR}/packaging/installed-pages.sed)
+    install_made("sed -f '${changes}'" ${PROJECT_SOURCE_DIR}/${page} share/doc/zerko-${component}/${destination} ${name}
+                 ${component} ${changes})
 endfunction()
 
 set(folder ${PROJECT_SOURCE_DIR}/packaging)
-file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/packaging)
 foreach(package ${packages})
     install(FILES ${folder}/copyright DESTINATION share/doc/zerko-${package} COMPONENT ${package})
-    install_compressed(${folder}/changelog share/doc/zerko-${package} changelog.gz ${package})
+    install_compressed(${folder}/changelog share/doc/zerko-${package} ${package})
 endforeach()
 
 install(TARGETS console-tester DESTINATION bin COMPONENT console-tester)
 install(FILES ${folder}/self-test.png DESTINATION share/zerko-console-tester COMPONENT console-tester)
-install_compressed(${folder}/console-tester.1 share/man/man1 console-tester.1.gz console-tester)
+install_compressed(${folder}/console-tester.1 share/man/man1 console-tester)
+file(GLOB pages CONFIGURE_DEPENDS RELATIVE ${PROJECT_SOURCE_DIR} docs/guide/*.md)
+foreach(page ${pages})
+    install_page(${page} guide console-tester)
+endforeach()
 
 if(simulated-instrument IN_LIST packages)
     install(TARGETS qvl-embedded-api DESTINATION ${DEVICE_LIBRARY_FOLDER} COMPONENT simulated-instrument)
     install(DIRECTORY ${PROJECT_SOURCE_DIR}/simulator/instruments/ COMPONENT simulated-instrument
-            DESTINATION share/doc/zerko-simulated-instrument/examples FILES_MATCHING PATTERN *.toml)
+            DESTINATION share/zerko-simulated-instrument FILES_MATCHING PATTERN *.toml)
+    install_compressed(${folder}/zerko-simulated-instrument.7 share/man/man7 simulated-instrument)
+    install_page(docs/simulated-instrument.md . simulated-instrument)
+    install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs/pictures DESTINATION share/doc/zerko-simulated-instrument
+            COMPONENT simulated-instrument FILES_MATCHING PATTERN *.svg)
 endif()
 
 set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_DIRECTORY ${PROJECT_BINARY_DIR}/packages)  # wherever cpack is called
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
