@@ -41,6 +41,8 @@ file(GLOB pages CONFIGURE_DEPENDS RELATIVE ${PROJECT_SOURCE_DIR} docs/guide/*.md
 foreach(page ${pages})
     install_page(${page} guide console-tester)
 endforeach()
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs/guide/pictures DESTINATION share/doc/zerko-console-tester/guide
+        COMPONENT console-tester)
 
 if(simulated-instrument IN_LIST packages)
     install(TARGETS qvl-embedded-api DESTINATION ${DEVICE_LIBRARY_FOLDER} COMPONENT simulated-instrument)
@@ -50,6 +52,8 @@ if(simulated-instrument IN_LIST packages)
     install_page(docs/simulated-instrument.md . simulated-instrument)
     install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs/pictures DESTINATION share/doc/zerko-simulated-instrument
             COMPONENT simulated-instrument FILES_MATCHING PATTERN *.svg)
+    install(PROGRAMS ${PROJECT_SOURCE_DIR}/scripts/plot DESTINATION bin RENAME zerko-plot COMPONENT simulated-instrument)
+    install_compressed(${folder}/zerko-plot.1 share/man/man1 simulated-instrument)
 endif()
 
 set(CPACK_GENERATOR DEB)
@@ -79,8 +83,9 @@ library, libqvl-embedded-api.so, or the simulated instrument.")
 set(CPACK_DEBIAN_SIMULATED-INSTRUMENT_PACKAGE_NAME zerko-simulated-instrument)
 set(CPACK_DEBIAN_SIMULATED-INSTRUMENT_PACKAGE_DEPENDS
     "libc6 (>= 2.35), libgcc-s1, libsqlite3-0, libstdc++6 (>= 11)")
-set(CPACK_DEBIAN_SIMULATED-INSTRUMENT_PACKAGE_RECOMMENDS zerko-console-tester)
+set(CPACK_DEBIAN_SIMULATED-INSTRUMENT_PACKAGE_RECOMMENDS "gnuplot-nox | gnuplot, zerko-console-tester")
 set(CPACK_DEBIAN_SIMULATED-INSTRUMENT_DESCRIPTION "simulated ZERKO instrument for desks without one
 Stands in for the instrument behind the same device library: a transformer
-model, a measuring channel with noise, a test database and faults by name.")
+model, a measuring channel with noise, a test database and faults by name.
+zerko-plot draws the result files of the console tester.")
 include(CPack)
