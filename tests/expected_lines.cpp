@@ -3,7 +3,6 @@
 #include "tests/temp_folder.h"
 
 #include <algorithm>
-#include <cctype>
 #include <cstdio>
 
 namespace {
@@ -42,38 +41,6 @@ bool line_matches(std::string expected, const std::string& seen) {
         expected, seen, [](char c) { return c == C_AnyTextMark; }, std::equal_to<char>());
 }
 
-std::string diff(const std::string& options, const Lines& expected, const Lines& seen) {
-    const TempFolder folder;
-    write_file(folder.path() / "expected", to_text(expected));
-    write_file(folder.path() / "seen", to_text(seen));
-    FILE* output = popen(("cd " + folder.path().string() + " && diff " + options + " expected seen").c_str(), "r");
-    std::string text;
-    for (int c = std::getc(output); c != EOF; c = std::getc(output)) text += static_cast<char>(c);
-    if (pclose(output) > 256) throw std::runtime_error("diff fails");  // 0 and 1 are answers
-    return text;
-}
-
-// The same for lines that differ in figures only, so that another reading finds its line.
-Lines without_figures(Lines lines) {
-    for (std::string& line : lines)
-        if (is_any_lines(line))
-            line = "...";
-        else if (std::any_of(line.begin(), line.end(), [](unsigned char c) { return std::isdigit(c); }))
-            std::erase_if(line, [](unsigned char c) { return std::isdigit(c) || std::ispunct(c); });
-    return lines;
-}
-
-// One mark for each line: "=" in both, "-" expected only, "+" seen only.
-std::string alignment(const Lines& expected, Lines seen) {
-    for (std::string& line : seen) {
-        const auto found = std::find_if(expected.begin(), expected.end(),
-                                        [&line](const std::string& other) { return line_matches(other, line); });
-        if (found != expected.end()) line = *found;
-    }
-    return diff("--old-line-format=- --new-line-format=+ --unchanged-line-format==", without_figures(expected),
-                without_figures(seen));
-}
-
 // A changed line, with the blank where it was.
 std::string with_blank(const std::string& expected, const std::string& seen) {
     const std::size_t head = expected.find(C_AnyText);
@@ -81,6 +48,22 @@ std::string with_blank(const std::string& expected, const std::string& seen) {
     const std::size_t tail = expected.size() - head - C_AnyText.size();
     if (seen.size() < head + tail) return seen;
     return seen.substr(0, head).append(C_AnyText).append(seen, seen.size() - tail);
+}
+
+// How a comparison goes on: past a line of one side or of both.
+struct Move {
+    std::size_t expected, seen, price;
+};
+
+std::vector<Move> moves_from(const Lines& expected, std::size_t i, const Lines& seen, std::size_t j) {
+    const bool any = i < expected.size() && is_any_lines(expected[i]);
+    const std::size_t price = any ? 0 : 1;
+    std::vector<Move> moves;
+    if (i < expected.size() && j < seen.size() && !any)
+        moves.push_back({1, 1, line_matches(expected[i], seen[j]) ? std::size_t{0} : price});
+    if (i < expected.size()) moves.push_back({1, 0, price});
+    if (j < seen.size()) moves.push_back({0, 1, price});
+    return moves;
 }
 
 }  // namespace
@@ -123,29 +106,39 @@ bool matches(const Lines& expected, const Lines& seen) {
 }
 
 Lines accepted(const Lines& expected, const Lines& seen) {
-    Lines result, missing, extra;
-    const auto end_group = [&] {
-        if (missing.size() == 1 && is_any_lines(missing.front())) extra = missing;
-        result.insert(result.end(), extra.begin(), extra.end());
-        missing.clear();
-        extra.clear();
+    // changes[i][j]: the fewest lines to change for expected[i...] to be seen[j...]
+    std::vector changes(expected.size() + 1, std::vector<std::size_t>(seen.size() + 1));
+    const auto cheapest = [&](std::size_t i, std::size_t j) {
+        const auto moves = moves_from(expected, i, seen, j);
+        return *std::ranges::min_element(
+            moves, {}, [&](const Move& move) { return changes[i + move.expected][j + move.seen] + move.price; });
     };
-    auto old_line = expected.begin();
-    auto new_line = seen.begin();
-    for (const char mark : alignment(expected, seen)) {
-        if (mark == '=') {
-            end_group();
-            result.push_back(line_matches(*old_line, *new_line) ? *old_line : with_blank(*old_line, *new_line));
+    for (std::size_t i = expected.size() + 1; i-- > 0;)
+        for (std::size_t j = seen.size() + 1; j-- > 0;) {
+            if (i == expected.size() && j == seen.size()) continue;
+            const Move move = cheapest(i, j);
+            changes[i][j] = changes[i + move.expected][j + move.seen] + move.price;
         }
-        if (mark == '-') missing.push_back(*old_line);
-        if (mark == '+') extra.push_back(*new_line);
-        old_line += mark != '+';
-        new_line += mark != '-';
+    Lines result;
+    for (std::size_t i = 0, j = 0; i < expected.size() || j < seen.size();) {
+        const Move move = cheapest(i, j);
+        if (move.price == 1 && move.seen == 1)
+            result.push_back(move.expected == 1 ? with_blank(expected[i], seen[j]) : seen[j]);
+        if (move.price == 0 && move.expected == 1) result.push_back(expected[i]);
+        i += move.expected;
+        j += move.seen;
     }
-    end_group();
-    return matches(result, seen) ? result : seen;
+    return result;
 }
 
 std::string difference(const Lines& expected, const Lines& seen) {
-    return matches(expected, seen) ? "" : diff("-u --label expected --label seen", expected, accepted(expected, seen));
+    if (matches(expected, seen)) return "";
+    const TempFolder folder;
+    write_file(folder.path() / "expected", to_text(expected));
+    write_file(folder.path() / "seen", to_text(accepted(expected, seen)));
+    FILE* output = popen(("cd " + folder.path().string() + " && diff -u expected seen").c_str(), "r");
+    std::string text;
+    for (int c = std::getc(output); c != EOF; c = std::getc(output)) text += static_cast<char>(c);
+    if (pclose(output) > 256) throw std::runtime_error("diff fails");  // 0 and 1 are answers
+    return text;
 }

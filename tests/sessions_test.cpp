@@ -7,6 +7,7 @@
 #include <csignal>
 #include <fnmatch.h>
 #include <gtest/gtest.h>
+#include <ranges>
 
 namespace fs = std::filesystem;
 
@@ -44,94 +45,94 @@ ConsoleSetup set_up(const Session& session, const fs::path& folder) {
             session.settings.contains("under") ? VALGRIND_COMMAND : ""};
 }
 
-// The output alone: lines go on behind what was typed at their prompt.
-Lines without_actions(const Lines& transcript, bool more_follows) {
-    Lines output;
-    std::string begun;
-    for (const std::string& line : transcript) {
-        if (is_typed(line) || is_signal(line)) {
-            if (begun.empty() && !output.empty() && is_any_lines(output.back())) begun = "[...]";
-        } else if (line.ends_with('\\')) {
-            begun += line.substr(0, line.size() - 1);
-        } else {
-            if (!begun.empty() && is_any_lines(line)) output.push_back(std::exchange(begun, "") + "[...]");
-            output.push_back(std::exchange(begun, "") + line);
-        }
-    }
-    if (!begun.empty() && begun != "[...]") output.push_back(begun + (more_follows ? "[...]" : "\\"));
-    if (more_follows) output.push_back("...");
-    return output;
-}
-
 // One run of a session.
 class Play {
   public:
     Play(const Session& session, Pace pace)
         : session_(session), pace_(pace), process_(set_up(session, folder_.path())) {
-        for (const std::string& line : session.console.lines) {
-            const bool typed_ahead = is_typed(line) && !before_.empty() && is_typed(before_.back());
-            if ((is_typed(line) || is_signal(line)) && !typed_ahead) wait_before(line);
-            if (is_typed(line) || is_signal(line)) act(line);
-            before_.push_back(line);
-        }
+        Lines expected;  // since the last action
+        for (const std::string& line : session.console.lines)
+            if (is_typed(line) || is_signal(line)) {
+                wait_for(expected, line);
+                act(line);
+                expected.clear();
+            } else {
+                expected.push_back(line);
+            }
         exit_status_ = process_.exit_status();
-        expect_arrived();
-        complete_ = complete_ && matches(without_actions(before_, false), to_lines(process_.output()));
-        note_seen();
+        end_step(expected);
     }
 
-    bool complete() const { return complete_; }
-    const Lines& seen() const { return seen_; }
-
-    // What went wrong beside the lines of the console.
-    std::string failure() const {
+    // What is not as the page says; empty when all is.
+    std::string differences() const {
         const std::string exit = setting(session_, "exit", "0"), errors = setting(session_, "errors");
         const std::string seen_errors = read_file(errors_in(folder_.path()));
-        return missing_ + (exit_status_ == exit ? "" : "exit status: " + exit_status_ + ", not " + exit + "\n") +
-               (seen_errors == errors + (errors.empty() ? "" : "\n") ? "" : "standard error:\n" + seen_errors);
-    }
-
-    // The text of the one file of that name.
-    std::optional<Lines> file(const std::string& pattern) const {
-        std::optional<Lines> text;
-        for (const auto& entry : fs::recursive_directory_iterator(home_in(folder_.path()))) {
-            const fs::path name = entry.path().lexically_relative(home_in(folder_.path()));
-            if (!entry.is_regular_file() || fnmatch(pattern.c_str(), name.c_str(), 0) != 0) continue;
-            if (text) return Lines{"several files"};
-            text = to_lines(read_file(entry.path()));
-        }
+        std::string text = missing_;
+        if (exit_status_ != exit) text += "exit status: " + exit_status_ + ", not " + exit + "\n";
+        if (seen_errors != errors + (errors.empty() ? "" : "\n")) text += "standard error:\n" + seen_errors;
+        for (const auto& [block, seen] : blocks()) text += difference(block->lines, seen);
+        for (const FileCheck& check : session_.files)
+            if (files(check.name).size() != (check.text ? 1 : 0))
+                text += "missing, unwanted or several: " + check.name + "\n";
         return text;
     }
 
+    // The blocks of the page, and what was seen in their places.
+    std::vector<std::pair<const CodeBlock*, Lines>> blocks() const {
+        std::vector<std::pair<const CodeBlock*, Lines>> found = {
+            {&session_.console, seen_}
+        };
+        for (const FileCheck& check : session_.files)
+            if (const auto texts = files(check.name); check.text && !texts.empty())
+                found.emplace_back(&*check.text, texts.front());
+        return found;
+    }
+
   private:
-    // The texts of `...{` since the last action that have not come yet.
-    Lines missing_texts() const {
-        Lines missing;
-        for (auto line = before_.rbegin(); line != before_.rend() && !is_typed(*line) && !is_signal(*line); ++line)
-            for (const std::string& text : texts_in_block(*line))
-                if (process_.output().find(text, shown_) == std::string::npos) missing.push_back("missing: " + text);
+    // The texts of the files of that name.
+    std::vector<Lines> files(const std::string& pattern) const {
+        std::vector<Lines> texts;
+        for (const auto& entry : fs::recursive_directory_iterator(home_in(folder_.path()))) {
+            const fs::path name = entry.path().lexically_relative(home_in(folder_.path()));
+            if (entry.is_regular_file() && fnmatch(pattern.c_str(), name.c_str(), 0) == 0)
+                texts.push_back(to_lines(read_file(entry.path())));
+        }
+        return texts;
+    }
+
+    std::string output_of_step() const { return process_.output().substr(shown_); }
+
+    // The texts of `...{` that the step has not shown.
+    std::string missing_texts(const Lines& expected) const {
+        const std::string output = output_of_step();
+        std::string missing;
+        for (const std::string& line : expected)
+            for (const std::string& text : texts_in_block(line))
+                if (output.find(text) == std::string::npos) missing += "missing: " + text + "\n";
         return missing;
     }
 
-    bool has_arrived() const {
-        return missing_texts().empty() && matches(without_actions(before_, true), to_lines(process_.output()));
+    bool has_arrived(const Lines& expected) const {
+        return missing_texts(expected).empty() && matches(expected, to_lines(output_of_step()));
     }
 
-    void expect_arrived() {
-        missing_ += to_text(missing_texts());
-        complete_ = complete_ && has_arrived();
-    }
-
-    void wait_before(const std::string& action) {
+    void wait_for(const Lines& expected, const std::string& action) {
         const bool until_quiet = pace_ == Pace::patient && is_typed(action);
         const std::chrono::milliseconds limit = until_quiet || !complete_ ? C_Quiet : C_LineComes;
-        while ((until_quiet || !has_arrived()) && process_.read_more(limit)) {
+        while ((until_quiet || !has_arrived(expected)) && process_.read_more(limit)) {
         }
-        expect_arrived();
+        end_step(expected);
+    }
+
+    void end_step(const Lines& expected) {
+        complete_ = complete_ && has_arrived(expected);
+        missing_ += missing_texts(expected);
+        const Lines lines = to_lines(output_of_step());
+        seen_.insert(seen_.end(), lines.begin(), lines.end());
+        shown_ = process_.output().size();
     }
 
     void act(const std::string& action) {
-        note_seen();
         seen_.push_back(action);
         const std::string what = action.substr(std::min<std::size_t>(2, action.size()));
         if (is_signal(action))
@@ -142,59 +143,28 @@ class Play {
             process_.type(what + "\n");
     }
 
-    void note_seen() {
-        const Lines lines = to_lines(std::string_view(process_.output()).substr(shown_));
-        seen_.insert(seen_.end(), lines.begin(), lines.end());
-        shown_ = process_.output().size();
-    }
-
     const TempFolder folder_;
     const Session& session_;
     const Pace pace_;
     ConsoleProcess process_;
-    Lines before_;           // of the transcript, what has been done and seen
+    Lines seen_;             // as the page tells it
     std::size_t shown_ = 0;  // characters of output before the last action
-    Lines seen_;             // as a transcript
     bool complete_ = true;   // everything came before the action behind it
     std::string missing_;
     std::string exit_status_;
 };
 
-// Code blocks of a page by their first lines, and what they are to hold.
-using Changes = std::map<std::size_t, std::pair<const CodeBlock*, Lines>>;
-
-// What one session shows beside what its page says.
-std::string play(const Session& session, Changes& changes) {
-    const Play fast(session, Pace::fast);
-    const auto is_as_written = [&fast](const FileCheck& check) {
-        const auto text = fast.file(check.name);
-        return text.has_value() == check.text.has_value() && (!text || matches(check.text->lines, *text));
-    };
-    if (fast.complete() && fast.failure().empty() && std::ranges::all_of(session.files, is_as_written)) return "";
-
-    const Play patient(session, Pace::patient);
-    std::string text = patient.failure();
-    const auto compare = [&](const CodeBlock& block, const Lines& seen) {
-        text += difference(block.lines, seen);
-        changes[block.begin] = {&block, accepted(block.lines, seen)};
-    };
-    compare(session.console, patient.seen());
-    for (const FileCheck& check : session.files) {
-        const auto seen = patient.file(check.name);
-        if (seen.has_value() != check.text.has_value()) text += (seen ? "unwanted: " : "missing: ") + check.name + "\n";
-        if (seen && check.text) compare(*check.text, *seen);
-    }
-    return text.empty() ? "no difference when played again, slowly\n" : text;
-}
-
-void rewrite(const fs::path& path, SessionPage& page, const Changes& changes) {
-    for (auto change = changes.rbegin(); change != changes.rend(); ++change) {
-        const auto& [block, lines] = change->second;
+// Takes over what a session shows, from the last block to the first, so that the places of the others stay.
+void accept(const Session& session, SessionPage& page) {
+    const Play play(session, Pace::patient);
+    auto blocks = play.blocks();
+    std::ranges::reverse(blocks);
+    for (const auto& [block, seen] : blocks) {
         const auto begin = page.lines.begin() + static_cast<std::ptrdiff_t>(block->begin);
-        const auto at = page.lines.erase(begin, begin + static_cast<std::ptrdiff_t>(block->size));
-        page.lines.insert(at, lines.begin(), lines.end());
+        const Lines lines = accepted(block->lines, seen);
+        page.lines.insert(page.lines.erase(begin, begin + static_cast<std::ptrdiff_t>(block->size)), lines.begin(),
+                          lines.end());
     }
-    write_file(path, to_text(page.lines));
 }
 
 std::vector<fs::path> pages() {
@@ -218,18 +188,15 @@ class Sessions : public testing::TestWithParam<fs::path> {};
 TEST_P(Sessions, RunAsWritten) {
     const fs::path path = SOURCE_FOLDER / GetParam();
     SessionPage page = read_session_page(path);
-    const bool accept = std::getenv("ZERKO_ACCEPT") != nullptr;
-    Changes changes;
-    for (const Session& session : page.sessions) {
-        const std::string text = play(session, changes);
-        if (text.empty()) continue;
-        const std::string where = path.string() + ":" + std::to_string(session.console.begin) + "\n";
-        if (accept)
-            std::cout << "accepted: " << where << text;
+    for (const Session& session : page.sessions | std::views::reverse) {
+        const std::string differences = Play(session, Pace::fast).differences();
+        if (differences.empty()) continue;
+        if (std::getenv("ZERKO_ACCEPT"))
+            accept(session, page);
         else
-            ADD_FAILURE() << where << text;
+            ADD_FAILURE() << path.string() << ":" << session.console.begin << "\n" << differences;
     }
-    if (accept) rewrite(path, page, changes);
+    if (std::getenv("ZERKO_ACCEPT")) write_file(path, to_text(page.lines));
 }
 
 INSTANTIATE_TEST_SUITE_P(Console, Sessions, testing::ValuesIn(pages()), test_name);
