@@ -16,9 +16,6 @@
 struct ApiCalls {
     std::string lines;  // QVL_Test_3ph("T1", {type: 2 voltage: 24}, "{}", 1, progress, out) -> 0
 
-    // Without a script an operation succeeds and hands nothing back; otherwise the test fails.
-    bool may_improvise = false;
-
     // Results of the calls to come that can fail, whatever their operations would answer. Calls that only look or clear
     // up behind others take none.
     std::deque<int> results;
@@ -81,35 +78,30 @@ class Operation<Result(Arguments...)> {
         ((line += separator + to_text(arguments), separator = ", "), ...);
         line += ")";
         if constexpr (std::is_same_v<Result, QVL_ResultCode>) {
-            const Result result = answer(line, arguments...);
+            const Result result = answer(arguments...);
             calls_.lines += line + " -> " + std::to_string(result) + "\n";
             return result;
         } else {
             calls_.lines += line + "\n";
-            return next_reply(line)(arguments...);
+            return next_reply()(arguments...);
         }
     }
 
   private:
-    Result answer(const std::string& line, Arguments... arguments) {
+    Result answer(Arguments... arguments) {
         if (++calls_.calls_that_can_fail == calls_.fail_call) return static_cast<Result>(C_InjectedFailure);
         const std::string_view name = name_;
         const bool is_aside =
             name == "QVL_GetStatus" || name == "QVL_CheckRecordExists" || name.starts_with("QVL_Free");
-        if (is_aside || calls_.results.empty()) return next_reply(line)(arguments...);
+        if (is_aside || calls_.results.empty()) return next_reply()(arguments...);
         const auto result = static_cast<Result>(calls_.results.front());
         calls_.results.pop_front();
-        if (result == QVL_Success || result == QVL_Success_44 || result == QVL_Success_76)
-            next_reply(line)(arguments...);
+        if (result == QVL_Success || result == QVL_Success_44 || result == QVL_Success_76) next_reply()(arguments...);
         return result;
     }
 
-    Reply next_reply(const std::string& line) {
-        if (replies_.empty()) {
-            if (default_) return default_;
-            if (!calls_.may_improvise) ADD_FAILURE() << "no reply for " << line;
-            return [](Arguments...) { return Result{}; };
-        }
+    Reply next_reply() {
+        if (replies_.empty()) return default_;
         Reply reply = std::move(replies_.front());
         replies_.pop_front();
         return reply;
@@ -118,7 +110,7 @@ class Operation<Result(Arguments...)> {
     const char* const name_;
     ApiCalls& calls_;
     std::deque<Reply> replies_;
-    Reply default_;
+    Reply default_ = [](Arguments...) { return Result{}; };
 };
 
 // The API as the code under test meets it, for as long as this lives; one at a time.

@@ -44,7 +44,6 @@ class Desk : public testing::Test {
         C_ResutsDir = folder.path().string() + "/";
         current_file = C_DefaultFile;
         current_frequency = 80;
-        api.calls.may_improvise = true;
         api.GetResultCodeName.always_answers(names("BUSY", "Try again."));
         api.GetStatus.always_answers([this](QVL_Status* out) {
             *out = status;

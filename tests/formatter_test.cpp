@@ -66,8 +66,6 @@ TEST(ResultWriter, WritesTheBytesThatTheStreamWouldMake) {
     }
     std::vector<std::function<void(std::ostream&)>> settings = {
         [](std::ostream&) {},
-        [](std::ostream& s) { s << std::scientific; },
-        [](std::ostream& s) { s << std::fixed << std::setw(12); },
         [](std::ostream& s) { s << std::fixed, s.imbue(std::locale(std::locale::classic(), new DecimalComma)); },
         [](std::ostream& s) { s << std::fixed << std::showpos << std::uppercase << std::hex << std::setw(12); },
     };

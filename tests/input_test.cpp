@@ -57,12 +57,9 @@ TEST(InputInt, WaitsQuietlyForASignalAtTheEndOfInput) {
         const auto wait = [typed] {
             Console console(typed);
             std::signal(SIGALRM, SIG_DFL);
-            const itimerval processor_time =
-                                {
-                                    {       },
-                                    { 0, 150'000}
-            },
-                            all_time = {{}, {0, 400'000}};
+            itimerval processor_time{}, all_time{};
+            processor_time.it_value.tv_usec = 150'000;
+            all_time.it_value.tv_usec = 400'000;
             setitimer(ITIMER_PROF, &processor_time, nullptr);
             setitimer(ITIMER_REAL, &all_time, nullptr);
             input_int();

@@ -76,12 +76,9 @@ TEST_F(Menus, Maintenance) {
     tell(expected, Diagnose, "1\n2\n1\n9\n2\n100\n\n", {0});
     tell(expected, Diagnose, "1\n5\n9\n7\n3\n-3\ngo\n", {0});
     tell(expected, Diagnose, "1\n2\n6\n8\n1\n47\nY\n", {0});
-    for (const auto& [key, value] : {
-             std::pair{"x", int{'x'}},
-             {"",  0       }
-    }) {
+    for (const char* key : {"x", ""}) {
         Console console("1\n1\n1\n1\n5\n" + std::string(key) + "\n");
-        EXPECT_EQ(DiagnoseVoltageDC(), value);
+        EXPECT_EQ(DiagnoseVoltageDC(), key[0]);
     }
 }
 
@@ -122,13 +119,14 @@ TEST_F(Menus, ErrorLogIsCopiedChunkByChunk) {
         bool more;
         int result;
     };
+    // clang-format off
     const std::vector<Chunk> logs[] = {
         {{102400, true, 0}, {102400, true, 0}, {0, false, 0}},
-        {{0, false, 0}                },
-        {{9, true, 12}    },
-        {{9, true, 44}                },
-        {{102400, true, 0},                 {9, true, 76}                     }
-    };
+        {{0, false, 0}},
+        {{9, true, 12}},
+        {{9, true, 44}},
+        {{102400, true, 0}, {9, true, 76}}};
+    // clang-format on
     ExpectedText expected("error_log");
     for (const auto& chunks : logs) {
         write_file(folder.path() / "copy.error.log", "an earlier copy");

@@ -187,7 +187,6 @@ TEST_F(Runs, MenusComeBackAndFinishedRowsStayWhicheverCallFails) {
             current_file = folder.path() / "log";
             std::filesystem::remove(folder.path() / "3.1-T1.csv");
             api.calls = {};
-            api.calls.may_improvise = true;
             api.calls.fail_call = call;
             const std::string output = run(MainMenu, std::string(typed) + "0\n0\n0\n");
             fired = api.calls.calls_that_can_fail >= call;

@@ -25,20 +25,15 @@ TEST(SignalHandler, CallsTheStopHandlerAndLogsWhereThereIsALogger) {
     sig_handler(SIGINT);  // nobody has registered yet
     EXPECT_TRUE(SignalHandler::RegisterStopHandler([](int) { FAIL() << "replaced, and called all the same"; }));
     EXPECT_TRUE(SignalHandler::RegisterStopHandler([&stops](int number) { stops.push_back(number); }));
-    std::raise(SIGINT);
     std::raise(SIGTERM);
-    std::raise(SIGINT);
-    EXPECT_EQ(stops, (std::vector<int>{2, 15, 2}));
-
     RecordKeeper keeper;
     plog::init(plog::warning, &keeper);
     std::raise(SIGINT);
     EXPECT_EQ(keeper.records.str(), "");
 
     plog::get()->setMaxSeverity(plog::info);
-    stops.clear();
     for (const int number : {SIGINT, SIGKILL, SIGSTOP, SIGTERM, SIGUSR1}) sig_handler(number);
-    EXPECT_EQ(stops, (std::vector<int>{2, 9, 19, 15}));
+    EXPECT_EQ(stops, (std::vector<int>{15, 2, 2, 9, 19, 15}));
     EXPECT_EQ(keeper.records.str(), "INFO sig_handler: Received signal: 2\nINFO sig_handler: received SIGINT\n"
                                     "INFO sig_handler: Received signal: 9\nINFO sig_handler: received SIGKILL\n"
                                     "INFO sig_handler: Received signal: 19\nINFO sig_handler: received SIGSTOP\n"
