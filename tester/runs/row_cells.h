@@ -9,6 +9,17 @@
 #include <ostream>
 #include <string>
 
+// How the instrument was set, with which both kinds of rows end.
+inline constexpr Field<QVL_TestData_Phase> C_InstrumentColumns[] = {
+    {"PGA_1",  &QVL_TestData_Phase::PGA_1,       Quantity::Number},
+    {"PGA_2",  &QVL_TestData_Phase::PGA_2,       Quantity::Number},
+    {"PGA_3",  &QVL_TestData_Phase::PGA_3,       Quantity::Number},
+    {"PGA_4",  &QVL_TestData_Phase::PGA_4,       Quantity::Number},
+    {"LT_H",   &QVL_TestData_Phase::LT_H,        Quantity::Number},
+    {"LT_X",   &QVL_TestData_Phase::LT_X,        Quantity::Number},
+    {"Temp C", &QVL_TestData_Phase::Temperature, Quantity::Number},
+};
+
 template <class Record, std::size_t Count>
 void add_headings(std::string& header, const Field<Record> (&columns)[Count]) {
     for (const auto& column : columns) header.append(";").append(column.label);

@@ -25,13 +25,6 @@ constexpr Field<Phase> C_PhaseColumns_1F[] = {
     {"Phase ab",               &Phase::Phase_Low,                    Angle },
     {"D_Fi",                   &Phase::phase_deviation,              Angle },
     {"deviation from phasing", &Phase::phase_deviation_from_phasing, Angle },
-    {"PGA_1",                  &Phase::PGA_1,                        Number},
-    {"PGA_2",                  &Phase::PGA_2,                        Number},
-    {"PGA_3",                  &Phase::PGA_3,                        Number},
-    {"PGA_4",                  &Phase::PGA_4,                        Number},
-    {"LT_H",                   &Phase::LT_H,                         Number},
-    {"LT_X",                   &Phase::LT_X,                         Number},
-    {"Temp C",                 &Phase::Temperature,                  Number},
 };
 
 // The columns that no table describes: what the test was.
@@ -41,6 +34,7 @@ void write_row_1F(ResultWriter& row, const char* test_id, const QVL_TestData_1ph
     row << text_or_empty(test_id);
     add_condition_cells(row, test);
     add_cells(row, test.phase, C_PhaseColumns_1F);
+    add_cells(row, test.phase, C_InstrumentColumns);
     row << '\n';
 }
 
@@ -49,6 +43,7 @@ void write_row_1F(ResultWriter& row, const char* test_id, const QVL_TestData_1ph
 std::string ColumnHeader_1F() {
     std::string header = C_TestHeadings_1F;
     add_headings(header, C_PhaseColumns_1F);
+    add_headings(header, C_InstrumentColumns);
     return header;
 }
 

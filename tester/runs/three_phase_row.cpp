@@ -50,16 +50,6 @@ constexpr Field<Test> C_TestColumns_3F[] = {
     {"PH 3PH",          &Test::Phase_3PH,                 Angle },
 };
 
-constexpr Field<Phase> C_PhaseAColumns_3F[] = {
-    {"PGA_1",  &Phase::PGA_1,       Number},
-    {"PGA_2",  &Phase::PGA_2,       Number},
-    {"PGA_3",  &Phase::PGA_3,       Number},
-    {"PGA_4",  &Phase::PGA_4,       Number},
-    {"LT_H",   &Phase::LT_H,        Number},
-    {"LT_X",   &Phase::LT_X,        Number},
-    {"Temp C", &Phase::Temperature, Number},
-};
-
 const char* type_label(QVL_TestType type) {
     switch (type) {
     case QVL_TestType_1ph: return "1Ph";
@@ -88,7 +78,7 @@ void write_row_3F(ResultWriter& row, const char* test_id, const Test& test) {
     for (const auto phase : C_Phases) add_ratio_cells(row, test.*phase);
     add_cells(row, test, C_PhaseColumns_3F);
     add_cells(row, test, C_TestColumns_3F);
-    add_cells(row, test.A, C_PhaseAColumns_3F);
+    add_cells(row, test.A, C_InstrumentColumns);
     row << '\n';
 }
 
@@ -100,7 +90,7 @@ std::string ColumnHeader_3F() {
     header += C_RatioHeadings_3F;
     add_headings(header, C_PhaseColumns_3F);
     add_headings(header, C_TestColumns_3F);
-    add_headings(header, C_PhaseAColumns_3F);
+    add_headings(header, C_InstrumentColumns);
     return header;
 }
 
