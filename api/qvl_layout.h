@@ -1,4 +1,5 @@
-// How the contract's records are proved to lie in memory as the device library lays them out.
+// How the contract's operations are exported, and how its records are proved to lie in memory as the device library
+// lays them out.
 #pragma once
 
 #include <cstddef>

@@ -145,7 +145,7 @@ struct QVL_Parameters_1ph {
     double           voltage          = 250.0;                 //  64  volts, excitation
     bool             raw_data         = false;                 //  72  RAW data wanted
     std::uint8_t     reserved_73[3]   = {};                    //  73
-    bool             fixed_76         = false;                 //  76  true in every test
+    bool             fixed_76         = true;                  //  76  true in every test
     bool             long_test        = false;                 //  77  the long measuring time
     std::uint8_t     reserved_78[26]  = {};                    //  78
     std::int32_t     default_104      = 1;                     // 104  the library's own defaults, from here on

@@ -54,7 +54,7 @@ Bytes parameters() {
 TEST(Templates, AreTheLibrarysOwn) {
     constexpr std::int32_t third_byte = 0x10000;
     parameters().numbers(0, {5, 4, 100}).numbers(32, {1, 1}).numbers(72, {third_byte}).expect_in(QVL_Parameters_3ph{});
-    parameters().numbers(0, {1, 1, 1, 1}).expect_in(QVL_Parameters_1ph{});
+    parameters().numbers(0, {1, 1, 1, 1}).numbers(76, {1}).expect_in(QVL_Parameters_1ph{});
     Bytes(400).numbers(204, {2000}).numbers(224, {40, 70, 35, 50, 45}).expect_in(QVL_DeviceInfo{});
 
     Bytes calibration(3072);
