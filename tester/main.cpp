@@ -1,62 +1,21 @@
 #include "api/qvl_utils.h"
 #include "tester/input_arg_parser.h"
 #include "tester/main_menu.h"
+#include "tester/stop_handler.h"
 #include "tester/terminal/globals.h"
 #include "tester/terminal/result_check.h"
 #include "tester/terminal/signal_handler.h"
+#include "tester/terminal/within_memory.h"
 
 #include <algorithm>
-#include <atomic>
-#include <cstdio>
 #include <cstdlib>
-#include <exception>
 #include <iostream>
 #include <pwd.h>
 #include <string>
-#include <thread>
 #include <unistd.h>
 #include <vector>
 
 namespace {
-
-// Whether the first signal of this main menu cycle has been announced.
-std::atomic<bool> is_announced;
-
-// Each line goes out in one piece with its end, because other threads print at the same time.
-void announce_cancellation() {
-    std::cout << "Cancelling current operation...\n" << std::flush;
-    is_announced = true;
-    is_announced.notify_one();
-}
-
-void cancel_current_operation() {
-    announce_cancellation();
-    std::cout << "BEFORE QVL_CancelOperation\n" << std::flush;
-    QVL_CancelOperation();
-    std::cout << "AFTER QVL_CancelOperation\n" << std::flush;
-}
-
-[[noreturn]] void leave_at_once(int signal) {
-    SignalHandler::LeaveWithinASecond(signal);  // whatever is waited for below
-    is_announced.wait(false);
-    flockfile(stdout);  // the main thread prints nothing behind these words, and does not stop with this lock
-    std::cout << " second signal - terminate immediately\n" << std::flush;
-    SignalHandler::StopMainThread();
-    std::exit(signal);
-}
-
-// The first signal of a main menu cycle cancels what the device is doing, the second ends the process. All that may
-// take its time with the first one, a console that takes no text or the library, is left to a thread of its own, so
-// that the second one is always taken.
-void handle_stop(int signal) {
-    if (IsStopping.exchange(true)) leave_at_once(signal);
-    is_announced = false;
-    try {
-        std::thread(cancel_current_operation).detach();
-    } catch (const std::exception&) {
-        announce_cancellation();  // no thread is to be had: the operation goes on, and the next signal ends it
-    }
-}
 
 std::string home_folder() {
     const passwd* user = getpwuid(getuid());
@@ -104,17 +63,10 @@ void introduce_device() {
     PrintDeviceReport();
 }
 
-}  // namespace
-
-int main(int argc, char* argv[]) {
-    // Before any output, so that an interrupt during start-up is caught too.
-    SignalHandler::BlockStopSignals();
-    SignalHandler::RegisterStopHandler(handle_stop);
-    SignalHandler::TakeStopSignals();
-
+int run_console_tester(const Switches& switches) {
     std::cout << "Console Tester " << C_QVL_SOFTWARE_VERSION << std::endl;
     prepare_results_folder();
-    if (!start_device(read_switches(InputArgParser(argc, argv).arguments))) return EXIT_FAILURE;
+    if (!start_device(switches)) return EXIT_FAILURE;
     introduce_device();
 
     MainMenu();
@@ -123,4 +75,17 @@ int main(int argc, char* argv[]) {
     QVL_Lib_Shutdown();
     std::cout << "END" << std::endl;
     return EXIT_SUCCESS;
+}
+
+}  // namespace
+
+int main(int argc, char* argv[]) {
+    // Before any output, so that an interrupt during start-up is caught too.
+    SignalHandler::BlockStopSignals();
+    SignalHandler::RegisterStopHandler(handle_stop);
+    SignalHandler::TakeStopSignals();
+
+    int status = EXIT_FAILURE;
+    within_memory([&] { status = run_console_tester(read_switches(InputArgParser(argc, argv).arguments)); });
+    return status;
 }

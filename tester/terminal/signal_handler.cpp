@@ -31,7 +31,7 @@ std::function<void(int)>& stop_handler = *new std::function<void(int)>;
 pthread_t main_thread;
 
 // What the way out uses: the end of the time that is given to exit, and what exit may stumble over.
-constexpr int C_LeavingSignals[] = {SIGALRM, SIGABRT, SIGSEGV, SIGBUS};
+constexpr int C_LeavingSignals[] = {SIGALRM, SIGABRT, SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGPIPE};
 constexpr int C_StandStill = SIGUSR1;
 
 sigset_t signals_to_take() {
@@ -102,6 +102,7 @@ void SignalHandler::LeaveWithinASecond(int status) {
 }
 
 void SignalHandler::StopMainThread() {
+    if (pthread_equal(main_thread, pthread_self())) return;
     sem_init(&main_thread_stands, 0, 0);
     std::signal(C_StandStill, stand_still);
     pthread_kill(main_thread, C_StandStill);
