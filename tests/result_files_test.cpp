@@ -150,6 +150,17 @@ TEST_F(ResultFiles, DevicesServeAsFiles) {
     }
 }
 
+TEST_F(ResultFiles, ALimitToTheirSizeRefusesRows) {
+    rlimit limit{};
+    getrlimit(RLIMIT_FSIZE, &limit);
+    const rlimit little = {2500, limit.rlim_max};  // the header and a row, and half of another
+    setrlimit(RLIMIT_FSIZE, &little);
+    const std::string output = run("24x3");
+    setrlimit(RLIMIT_FSIZE, &limit);
+    EXPECT_EQ(count_of("WARNING: Could not write to file: ", output), 2);
+    EXPECT_THAT(read_file(result), EndsWith(";Temp C\n" + row));
+}
+
 TEST_F(ResultFiles, RawDataGoWhereALinkLeads) {
     write_file(folder.path() / "elsewhere.csv", "earlier\n");
     std::filesystem::create_symlink("elsewhere.csv", folder.path() / "3.1-T1.csv.RAW.csv");

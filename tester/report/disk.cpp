@@ -1,6 +1,7 @@
 #include "tester/report/disk.h"
 
 #include <cerrno>
+#include <csignal>
 #include <cstddef>
 #include <cstdio>
 #include <fcntl.h>
@@ -22,6 +23,10 @@ auto uninterrupted(Call call) {
 Disk* replaced_disk = nullptr;
 
 }  // namespace
+
+Disk::Disk() {
+    std::signal(SIGXFSZ, SIG_IGN);
+}
 
 Disk::Entry Disk::look_up(const std::string& path) {
     struct stat entry {};

@@ -12,7 +12,8 @@ class Disk {
     enum class Entry { None, RegularFile, Other };
     static constexpr int C_NoFile = -1;  // no descriptor
 
-    Disk() = default;
+    // From here on a limit to the size of files refuses a write and does not end the program.
+    Disk();
     virtual ~Disk() = default;
     Disk(const Disk&) = delete;
     Disk& operator=(const Disk&) = delete;

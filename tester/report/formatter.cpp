@@ -2,18 +2,12 @@
 
 #include "tester/report/fields.h"
 #include "tester/report/number_text.h"
-#include "tester/report/whole_file.h"
 
-#include <algorithm>
 #include <cstdint>
-#include <cstring>
-#include <ctime>
 #include <iomanip>
 #include <iostream>
-#include <map>
 #include <sstream>
 #include <type_traits>
-#include <utility>
 
 namespace {
 
@@ -24,29 +18,6 @@ using enum Quantity;
 constexpr int C_Decimals = 8;
 constexpr int C_ErrorDecimals = 4;
 constexpr int C_GainDecimals = 1;
-
-// ---- Labels -------------------------------------------------------------------------------------------------------
-
-const char* test_type_name(QVL_TestType type) {
-    switch (type) {
-    case QVL_TestType_1ph: return "1ph test";
-    case QVL_TestType_3ph_3_3: return "3ph: excite 3ph, measure 3ph";
-    case QVL_TestType_3ph_1_1: return "3ph: excite 1ph, measure 1ph";
-    case QVL_TestType_3ph_3_1: return "3ph: excite 3ph, measure 1ph";
-    case QVL_TestType_3ph_Auto: return "3ph: AUTO";
-    default: return "Unknown test type";
-    }
-}
-
-const char* testing_mode_name(QVL_TestMode mode) {
-    switch (mode) {
-    case QVL_TestMode_VR_Down: return "VR Test Step Down";
-    case QVL_TestMode_VR_Up: return "VR Test Step Up";
-    case QVL_TestMode_VR_Auto: return "VR Test AUTO";
-    case QVL_TestMode_CT: return "CT Test";
-    default: return "Unknown testing mode";
-    }
-}
 
 // ---- One phase ----------------------------------------------------------------------------------------------------
 
@@ -284,89 +255,12 @@ void write_tests(ResultWriter& out, const QVL_Test_Record& record, const Data* c
     }
 }
 
-std::string file_header(bool new_file, int frequency, const std::string& serial_number,
-                        const std::string& software_version) {
-    const std::time_t now = results_disk().now();
-    std::string header = new_file ? "sep=;" : "";
-    header.append("\nSerial #:;").append(serial_number);
-    header.append("\nFrequency;").append(std::to_string(frequency));
-    header.append("\nS/W version;").append(software_version);
-    header.append("\nDate & Time;").append(std::ctime(&now)).append("\n");
-    return header;
-}
-
-// The report with a value in a cell of its own behind each label.
-std::string report_cells(const QVL_Test_Record* record) {
-    std::ostringstream report;
-    QVL_Test_Output::ResultsToText_S(record, report, true);
-    std::string cells = std::move(report).str();
-    std::replace(cells.begin(), cells.end(), '=', ';');
-    return cells;
-}
-
-void append_to_file(const QVL_Test_Record* record, int frequency, const std::string& serial_number,
-                    const std::string& software_version, const char* file_name) {
-    const bool was_there = results_disk().look_up(file_name) != Disk::Entry::None;
-    const bool new_file = !results_disk().can_read(file_name);
-    WholeFile file(results_disk());
-    const bool opened = file.open(file_name, WholeFile::Earlier::Kept);
-    if (!opened) warn_about_file(C_CouldNotOpenForWrite, file_name);
-    const std::string header = file_header(new_file, frequency, serial_number, software_version);
-    const std::string report = header + report_cells(record);  // the headings that it prints come without a file too
-    if (!opened) return;
-    if (file.append(report) && file.save()) {
-        if (!was_there) sync_folder_of(file_name);
-        return;
-    }
-    if (!was_there) results_disk().remove(file_name);
-    warn_about_file(C_CouldNotOpenForWrite, file_name);  // the one text for a report that is not in its file
-}
-
 }  // namespace
 
 std::string QVL_Test_Output::radToDeg(double radians) {
     std::string degrees;
     append_degrees(degrees, radians);
     return degrees;
-}
-
-std::string QVL_Test_Output::CombineVectorGroup(QVL_WindingType winding_hi, QVL_WindingType winding_lo,
-                                                QVL_PhasingType phasing) {
-    static const std::map<QVL_WindingType, std::string> windingsMap = {
-        {QVL_Winding_D,   "D"  },
-        {QVL_Winding_Y,   "Y"  },
-        {QVL_Winding_Yn,  "Yn" },
-        {QVL_Winding_Z,   "Z"  },
-        {QVL_Winding_Zn,  "Zn" },
-        {QVL_Winding_1Ph, "1Ph"},
-    };
-    const auto name = [](QVL_WindingType winding) {
-        const auto found = windingsMap.find(winding);
-        return found == windingsMap.end() ? std::string() : found->second;
-    };
-    std::string group = name(winding_hi);
-    if (winding_hi != QVL_Winding_1Ph) group += name(winding_lo);
-    return group + (phasing == QVL_Phasing_Unknown ? "X" : std::to_string(phasing));
-}
-
-std::string QVL_Test_Output::LabelToText(const QVL_TestLabel* label) {
-    std::string text = "ID: ";
-    text.append(text_or_empty(label->test_id));
-    text.append(" \t").append(test_type_name(label->test_type));
-    text.append(" \t").append(testing_mode_name(label->testing_mode));
-    if (label->mag_balance != 0) text.append("+MagBalance");
-    text.append(" \t").append(CombineVectorGroup(label->winding_hi, label->winding_lo, label->phasing));
-    if (label->phase_shift != 0.0) text.append("+").append(radToDeg(label->phase_shift));
-    text.append(" \t #").append(std::to_string(label->test_number));
-    text.append(" \t").append(label->label_text, strnlen(label->label_text, sizeof label->label_text));
-    text.append(" \t maxRE: ").append(std::to_string(label->max_ratio_error));
-    if (label->testing_mode == QVL_TestMode_CT) {
-        text.append(" t_hi:").append(std::to_string(label->tap_hi));
-        text.append(" t_lo:").append(std::to_string(label->tap_lo));
-        text.append(" ct_l:").append(std::to_string(label->ct_l));
-    }
-    if (label->tags) text.append("\ttags: ").append(label->tags);
-    return text;
 }
 
 template <class Stream>
@@ -410,13 +304,6 @@ void QVL_Test_Output::ResultsToText_S(const QVL_Test_Record* record, Stream& str
         out << "Test type not supported: " << type;
     }
     out.flush();
-}
-
-void QVL_Test_Output::ResultsToText(const QVL_Test_Record* record, std::ostream& console, int frequency,
-                                    const std::string& serial_number, const std::string& software_version,
-                                    const char* file_name) {
-    if (file_name) append_to_file(record, frequency, serial_number, software_version, file_name);
-    ResultsToText_S(record, console, false);
 }
 
 #define QVL_TEST_OUTPUT_FOR(Stream)                                                                                    \

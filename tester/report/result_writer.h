@@ -1,4 +1,4 @@
-// The one place where result text is put together.
+// A faster stand-in for the streams that result text goes to, with the same bytes.
 #pragma once
 
 #include <cstdint>

@@ -20,7 +20,7 @@ void RowFile::add(std::string_view row) {
 
 bool RowFile::write_missing() {
     // One row alone first, so that a disk that still refuses costs no more than that however many are missing.
-    return missing_.empty() || (write_oldest(1) && write_oldest(missing_.size()));
+    return missing_.empty() || (write_oldest(1) && (missing_.empty() || write_oldest(missing_.size())));
 }
 
 bool RowFile::write_oldest(std::size_t count) {

@@ -11,8 +11,6 @@
 
 class RowFile {
   public:
-    explicit RowFile(Disk& disk = results_disk()) : file_(disk) {}
-
     // Drops what the file held before. When it cannot be opened, rows are dropped in silence.
     void open(const std::string& path) { file_.open(path, WholeFile::Earlier::Dropped); }
 
@@ -27,7 +25,7 @@ class RowFile {
   private:
     bool write_oldest(std::size_t count);  // of the missing rows; false: not all of them have reached the file
 
-    WholeFile file_;
+    WholeFile file_{results_disk()};
     std::deque<std::string> missing_;
     std::size_t missing_bytes_ = 0;
 };

@@ -6,14 +6,15 @@
 
 #include <string>
 
-// What lay under the file's name before stays there until the run has ended: the text is collected in a file beside it
-// (".tmp" for ".csv"), which takes the name at the end. Only where no such file can be made, the text goes into the
-// file itself. A file that cannot be opened loses the text without a message; one that cannot be written is given up,
-// and what lay there before stays.
+// What a file of that name holds stays there until the run has ended: the text is collected in a file beside it (".tmp"
+// for ".csv"), which takes the name at the end. A new file, a device, and a file beside which no other can be made are
+// written themselves, and hold the text of the tests so far when the program is ended midway. A file that cannot be
+// opened loses the text without a message. One that cannot be written is given up, and what lay there before stays,
+// unless it had to be written itself.
 class RawDataFile {
   public:
     // Adds the RAW text of one test; the path is the same for all tests of a run. False: the file has just been given
-    // up.
+    // up. What is added to a file that is given up or cannot be opened is dropped.
     bool add(const std::string& path, const char* text);
 
     // After the last test. A run without RAW text leaves a file that is there as it is, and makes an empty one where

@@ -82,7 +82,7 @@ bool perform_test(RunState<Parameters>& run, const SingleTestConfig& config, std
     return true;
 }
 
-// `use_result` gets the record before it goes back. False: this test was the last one.
+// `use_result` gets the record before it goes back. False: the test failed or memory ran out, and the run ends.
 template <class Parameters, class UseResult>
 bool run_test(RunState<Parameters>& run, const SingleTestConfig& config, std::uint64_t tests_left, QVL_DBAction action,
               UseResult use_result) {

@@ -5,7 +5,8 @@
 // the report of the last record is printed at the end. With get_RAW_Data the RAW text of all tests goes into the file
 // beside, whose name has ".RAW.csv" behind it. A plan without tests runs nothing.
 //
-// A test that fails, or brings no record, ends the run; results of the tests before it stay.
+// A test that fails, brings no record, or for whose result there is no memory ends the run; results of the tests before
+// it stay. Rows that cannot be written are kept in memory, up to a bound (row_file.h) that ends the run as well.
 #pragma once
 
 #include "api/qvl_parameters.h"
