@@ -28,5 +28,6 @@ void Choose_Freq() {
 }
 
 void Show_RAW_Data() {
-    get_RAW_Data = choose(C_RawDataChoices).value_or(C_NoChange).value_or(get_RAW_Data);
+    const std::optional<bool> wanted = choose(C_RawDataChoices).value_or(C_NoChange);
+    get_RAW_Data = wanted.value_or(get_RAW_Data);
 }
