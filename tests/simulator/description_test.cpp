@@ -1,15 +1,25 @@
+// Descriptions that are refused or accepted, and docs/simulated-instrument.md, which says what the code says.
 #include "simulator/description/description.h"
-
 #include "simulator/records/result_codes.h"
+#include "simulator/store/store.h"
+#include "tests/temp_folder.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <fstream>
-#include <sstream>
+#include <algorithm>
+#include <cctype>
+#include <iterator>
+#include <map>
+#include <set>
 #include <string>
+#include <vector>
 
 namespace simulator {
 namespace {
+
+using testing::HasSubstr;
+using testing::UnorderedElementsAreArray;
 
 std::string refusal_of(const std::string& text) {
     try {
@@ -21,73 +31,56 @@ std::string refusal_of(const std::string& text) {
 }
 
 TEST(Description, ErrorsSayWhereAndWhyAndWhatWouldBeRight) {
-    const std::string fault = "[[instrument_fault]]", test_fault = "operation = \"QVL_Test_3ph\"\n";
-    const std::string transformer = "[transformer]", tap_changer = "[transformer.tap_changer]";
-    const std::string instrument = "[instrument]", opened = "[transformer.open_winding]";
-    struct Case {
-        std::string table, lines;
-        int line;
-        std::string error;
-    };
+    const std::string wrong_tap = "[transformer.wrong_tap]\nphase = \"A\"\nsteps = -2\n";
+    const std::string fault = "[[instrument_fault]]\n", test_fault = fault + "operation = \"QVL_Test_3ph\"\n";
     for (
-        const auto& [table, lines, line, error] : {
-            Case{transformer,                   "name = \"T\"\nopen_phse = \"B\"",               3, "has no \"open_phse\""                                          },
-            {transformer,                   "vector_grup = \"Dyn11\"",                       2, "has no \"vector_grup\"; did you mean vector_group?"            },
-            {transformer,                   "vector_group = \"Dyn12\"",                      2,
-                 "vector_group must be a vector group such as \"Dyn11\", \"YNd1\" or \"Yzn5\""                                                                      },
-            {transformer,                   "turns_ratio = [50, 50]",                        2,
-                 "turns_ratio must be a number from 0.001 to 1e+05, or three of them, for phases A, B and C"                                                        },
-            {"[transformer.shorted_turns]", "side = \"high\"",                               1, "phase is missing"                                              },
-            {opened,                        "side = \"left\"\nphase = \"A\"",                2, "side must be one of \"high\", \"low\""                         },
-            {tap_changer,                   "lowest = -10\nstep = 10",                       3, "step leaves too few turns in the lowest position"              },
-            {"[channel]",                   "noise = -1e-6",                                 2, "noise must be a number from 0 to 0.1"                          },
-            {"[limits]",                    "voltage = [9, 3]",                              2, "voltage must be two numbers in ascending order, from 0 to 1000"},
-            {instrument,                    "serial_number = \"123456789012345678901\"",     2,
-                 "serial_number must be a text of at most 20 characters"                                                                                            },
-            {instrument,                    "calibration_date = 2024-02-06",                 2,
-                 "calibration_date must be a date and time with its zone, as in 2024-02-06T09:30:00Z"                                                               },
-            {fault,                         "operation = \"QVL_Test3ph\"\ncode = 12",        2,
-                 "operation names no operation that can have a fault; did you mean QVL_Test_3ph?"                                                                   },
-            {fault,                         "operation = \"QVL_FreeTestRecord\"\ncode = 9",  2,
-                 "operation names no operation that can have a fault; did you mean QVL_DeleteRecord?"                                                               },
-            {"[limits]",                    "frequency = [100.4, 100.6]",                    2, "frequency must have an integer between them"                   },
-            {instrument,                    "software_version = \"../../x\"",                2,
-                 "software_version is part of file names: letters, digits, dots, dashes and underscores, not beginning with a dot"                                  },
-            {instrument,                    "model = 35",                                    2, "model must be 10, 20, 30, 40 or 50"                            },
-            {fault,                         "operation = \"test_3ph\"\ncode = 9",            2,
-                 "operation names no operation that can have a fault; did you mean QVL_Test_3ph?"                                                                   },
-            {fault,                         test_fault + "code = \"TIME_OUT\"",              3,
-                 "code must be the name of a result code or an integer from 0 to 9999; did you mean TIMEOUT?"                                                       },
-            {fault,                         test_fault,                                      1, "code is missing"                                               },
-            {fault,                         test_fault + "code = \"BORED\"",                 3,
-                 "code must be the name of a result code or an integer from 0 to 9999"                                                                              },
-            {fault,                         test_fault + "code = 0",                         3, "code must be another than SUCCESS"                             },
-            {fault,                         test_fault + "code = 9\nevery = 2\non_call = 3", 4, "every and on_call exclude each other"                          },
+        const auto& [text, error] : {
+            std::pair<std::string, std::string>{"seed = 1\nsede = 2",                                            "2: there is no \"sede\"; did you mean seed?"                   },
+            {"seed = true",                                                   "1: seed must be an integer of 0 or more"                       },
+            {"[transformer]\nname = \"T\"\nopen_phse = \"B\"",                "3: [transformer] has no \"open_phse\""                         },
+            {"[transformer]\nvector_group = \"Dyn12\"",
+                                                "2: [transformer] vector_group must be a vector group such as \"Dyn11\", \"YNd1\" or \"Yzn5\""                                   },
+            {"[transformer]\nturns_ratio = [50, 50]",
+                                                "2: [transformer] turns_ratio must be a number from 0.001 to 1e+05, or three of them, for phases A, B and C"                     },
+            {"[transformer.shorted_turns]\nside = \"high\"",                  "1: [transformer.shorted_turns] phase is missing"               },
+            {"[transformer.open_winding]\nside = \"left\"\nphase = \"A\"",
+                                                "2: [transformer.open_winding] side must be one of \"high\", \"low\""                                                            },
+            {"[transformer.tap_changer]\nlowest = -10\nstep = 10",
+                                                "3: [transformer.tap_changer] step leaves too few turns in the lowest position"                                                  },
+            {wrong_tap + "[transformer.tap_changer]\nlowest = -8\nstep = 10",
+                                                "3: [transformer.wrong_tap] steps leave the phase too few turns"                                                                 },
+            {"[channel]\nnoise = -1e-6",                                      "2: [channel] noise must be a number from 0 to 0.1"             },
+            {"[limits]\nvoltage = [9, 3]",
+                                                "2: [limits] voltage must be two numbers in ascending order, from 0 to 1000"                                                     },
+            {"[limits]\nfrequency = [100.4, 100.6]",                          "2: [limits] frequency must have an integer between them"       },
+            {"[instrument]\natmega_version = \"123456789012345678901\"",
+                                                "2: [instrument] atmega_version must be a text of at most 20 characters"                                                         },
+            {"[instrument]\nsoftware_version = \"../../x\"",
+                                                "2: [instrument] software_version is part of file names: letters, digits, dots, dashes and underscores, not beginning with a dot"},
+            {"[instrument]\nmodel = 35",                                      "2: [instrument] model must be 10, 20, 30, 40 or 50"            },
+            {"[instrument]\ncalibration_date = 2024-02-06",
+                                                "2: [instrument] calibration_date must be a date and time with its zone, as in 2024-02-06T09:30:00Z"                             },
+            {fault + "operation = \"test_3ph\"\ncode = 9",
+                                                "2: [[instrument_fault]] operation names no operation that can have a fault; did you mean QVL_Test_3ph?"                         },
+            {test_fault,                                                      "1: [[instrument_fault]] code is missing"                       },
+            {test_fault + "code = \"TIME_OUT\"",
+                                                "3: [[instrument_fault]] code must be the name of a result code or an integer from 0 to 9999; did you mean TIMEOUT?"             },
+            {test_fault + "code = 0",                                         "3: [[instrument_fault]] code must be another than SUCCESS"     },
+            {test_fault + "code = 9\nevery = 2\non_call = 3",
+                                                "4: [[instrument_fault]] every and on_call exclude each other"                                                                   },
     })
-        EXPECT_EQ(
-            refusal_of(std::string(table).append("\n").append(lines)),
-            std::string("my.toml:").append(std::to_string(line)).append(": ").append(table).append(" ").append(error));
-    EXPECT_EQ(
-        refusal_of(
-            "[transformer.tap_changer]\nlowest = -8\nstep = 10\n[transformer.wrong_tap]\nphase = \"A\"\nsteps = -2"),
-        "my.toml:6: [transformer.wrong_tap] steps leave the phase too few turns");
-    EXPECT_EQ(refusal_of("seed = 1\nsede = 2"), "my.toml:2: there is no \"sede\"; did you mean seed?");
-    EXPECT_EQ(refusal_of("seed = true"), "my.toml:1: seed must be an integer of 0 or more");
+        EXPECT_EQ(refusal_of(text), "my.toml:" + error);
     EXPECT_EQ(refusal_of("seed = \n").substr(0, 11), "my.toml:1: ");
     EXPECT_THROW(read_description("/no/such/file.toml"), DescriptionError);
 }
 
-TEST(Description, TheShippedOneAndAnEmptyOneAreTheDefaults) {
-    std::ifstream shipped(INSTRUMENTS_FOLDER "/dyn11.toml");
-    std::ostringstream text;
-    text << shipped.rdbuf();
-    EXPECT_TRUE(text.str() == built_in_description());
-    const Description built_in = parse_description(built_in_description(), "dyn11.toml");
-    const Description defaults = parse_description("", "empty.toml");
-    EXPECT_EQ(built_in.transformer.magnetizing_inductance, defaults.transformer.magnetizing_inductance);
-    EXPECT_EQ(built_in.instrument.calibration_date, defaults.instrument.calibration_date);
-    EXPECT_EQ(built_in.limits.voltage_max, defaults.limits.voltage_max);
-    EXPECT_EQ(built_in.channel.noise, defaults.channel.noise);
+TEST(Description, TheShippedOneIsBuiltInAndHasTheDefaultsButItsNameplate) {
+    EXPECT_EQ(read_file(INSTRUMENTS_FOLDER "/dyn11.toml"), built_in_description());
+    Description nameless = parse_description(built_in_description(), "dyn11.toml");
+    nameless.instrument.serial_number = InstrumentData().serial_number;
+    nameless.transformer.name = TransformerData().name;
+    nameless.transformer.turns_ratio = TransformerData().turns_ratio;
+    EXPECT_TRUE(nameless == parse_description("", "empty.toml"));
 }
 
 TEST(Description, FaultsFireAlwaysOnceOrEveryNthTime) {
@@ -102,6 +95,105 @@ TEST(Description, FaultsFireAlwaysOnceOrEveryNthTime) {
     for (int call = 1; call <= 6; ++call)
         for (const auto& fault : faults) fired += fault.fires_on(call) ? '1' : '0';
     EXPECT_EQ(fired, "100110101100100101");
+}
+
+std::string page() {
+    return read_file(PROJECT_FOLDER "/docs/simulated-instrument.md");
+}
+
+// The rows of the page's tables by the heading above them.
+std::map<std::string, std::vector<std::string>> rows_of_page() {
+    std::istringstream lines(page());
+    std::map<std::string, std::vector<std::string>> rows;
+    std::string heading;
+    for (std::string line; std::getline(lines, line);) {
+        if (line.starts_with("#")) heading = line;
+        if (line.starts_with("| ")) rows[heading].push_back(line);
+        if (line.starts_with("|---")) rows[heading].pop_back();  // what the columns are called
+    }
+    return rows;
+}
+
+// The code in a row's first or second cell; of another text, the text.
+std::string cell_of(const std::string& row, int number) {
+    std::istringstream cells(row);
+    std::string cell;
+    for (int i = -1; i <= number; ++i) std::getline(cells, cell, '|');
+    const auto marks = cell.find('`') == std::string::npos ? 1 : 2;
+    return cell.substr(marks, cell.size() - 2 * marks);
+}
+
+std::vector<std::string> first_cells(const std::vector<std::string>& rows) {
+    std::vector<std::string> cells(rows.size());
+    std::ranges::transform(rows, cells.begin(), [](const std::string& row) { return cell_of(row, 0); });
+    return cells;
+}
+
+// Words that stand in quotation marks in the reader's code: those of keys among them.
+std::set<std::string> words_of_reader() {
+    std::istringstream code(read_file(PROJECT_FOLDER "/simulator/description/description.cpp"));
+    std::set<std::string> words;
+    for (std::string word; std::getline(code, word, '"') && std::getline(code, word, '"');)
+        if (std::ranges::all_of(word, [](char letter) { return std::islower(letter) || letter == '_'; }))
+            words.insert(word);
+    return words;
+}
+
+TEST(Page, HasEveryKeyWithItsDefaultAndTheReaderKnowsNoOther) {
+    const std::map<std::string, std::string> examples{
+        {"side",      "\"high\""      },
+        {"phase",     "\"A\""         },
+        {"operation", "\"QVL_Reboot\""},
+        {"code",      "9"             }
+    };
+    const std::string text = page();
+    std::string required, full;
+    for (const auto& [heading, keys] : rows_of_page()) {
+        if (!heading.starts_with("### ")) continue;
+        std::string table, optional;
+        if (heading != "### Top level") table = heading.substr(5, heading.size() - 6) + "\n";
+        std::set<std::string> others = words_of_reader();
+        for (const std::string& row : keys) {
+            const std::string key = cell_of(row, 0), value = cell_of(row, 1);
+            others.erase(key);
+            if (value == "required")
+                table += key + " = " + examples.at(key) + "\n";
+            else if (value != "none")
+                optional += key + " = " + value + "\n";
+        }
+        std::erase_if(others, [&](const std::string& word) { return text.find(word + "]") != std::string::npos; });
+        for (const std::string& other : others)
+            EXPECT_THAT(refusal_of(table + other + " = {}"), HasSubstr("no \"" + other + "\"")) << heading;
+        required += table;
+        full += table + optional;
+    }
+    EXPECT_TRUE(parse_description(full, "full") == parse_description(required, "required")) << full;
+}
+
+TEST(Page, HasEveryResultCodeEnvironmentVariableInstrumentAndTable) {
+    auto rows = rows_of_page();
+    std::vector<std::string> codes;
+    for (int number = 0; number < 10000; ++number) {
+        const std::string name = code_name(QVL_ResultCode{number});
+        if (!code_named(name)) continue;
+        const char* description = code_description(QVL_ResultCode{number});
+        codes.push_back("| " + std::to_string(number) + " | `" + name + "` | " + (description ? description : "") +
+                        " |");
+    }
+    EXPECT_THAT(rows["## Result codes"], UnorderedElementsAreArray(codes));
+
+    std::vector<std::string> choices{"ZERKO_SIM_INSTRUMENT", "ZERKO_SIM_STATE", "ZERKO_SIM_TIME_SCALE"};
+    for (const auto& file : std::filesystem::directory_iterator(PROJECT_FOLDER "/simulator/instruments"))
+        choices.push_back(file.path().filename().string());
+    EXPECT_THAT(first_cells(rows["## Choosing one"]), UnorderedElementsAreArray(choices));
+
+    const TempFolder folder;
+    const Store store(folder.path());
+    SQLite::Database database(database_path(folder.path()));
+    SQLite::Statement query(database, "SELECT name FROM sqlite_master WHERE type = 'table'");
+    std::vector<std::string> tables;
+    while (query.executeStep()) tables.push_back(query.getColumn(0));
+    EXPECT_THAT(first_cells(rows["## State"]), UnorderedElementsAreArray(tables));
 }
 
 }  // namespace
