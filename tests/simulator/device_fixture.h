@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cstring>
 #include <memory>
 #include <string>
 #include <vector>
@@ -26,6 +27,12 @@ inline std::string text_of(const Record& record) {
     std::ostringstream report;
     QVL_Test_Output::ResultsToText_S(record.get(), report, false);
     return report.str() + record->raw_data;
+}
+
+inline constexpr const char* access_code = "3f9a0c2e7d41b86a5e0f13c9d7a2b468";
+
+inline bool same(const QVL_CalibrationData& one, const QVL_CalibrationData& other) {
+    return std::memcmp(&one, &other, sizeof one) == 0;
 }
 
 class DeviceApi : public testing::Test {
@@ -105,6 +112,18 @@ class DeviceApi : public testing::Test {
         QVL_Test_Record* record = nullptr;
         EXPECT_EQ(QVL_ReadRecord(id.c_str(), true, &record), expected);
         return Record(record);
+    }
+
+    static QVL_CalibrationData calibration() {
+        QVL_CalibrationData data;
+        EXPECT_EQ(QVL_GetCalibrData(&data), QVL_Success);
+        return data;
+    }
+
+    static QVL_DeviceInfo info() {
+        QVL_DeviceInfo info;
+        EXPECT_EQ(QVL_GetDeviceInfo(&info), QVL_Success);
+        return info;
     }
 
     bool stored(const char* id) {
