@@ -19,6 +19,7 @@ namespace simulator {
 namespace {
 
 using testing::HasSubstr;
+using testing::StartsWith;
 using testing::UnorderedElementsAreArray;
 
 std::string refusal_of(const std::string& text) {
@@ -183,8 +184,11 @@ TEST(Page, HasEveryResultCodeEnvironmentVariableInstrumentAndTable) {
     EXPECT_THAT(rows["## Result codes"], UnorderedElementsAreArray(codes));
 
     std::vector<std::string> choices{"ZERKO_SIM_INSTRUMENT", "ZERKO_SIM_STATE", "ZERKO_SIM_TIME_SCALE"};
-    for (const auto& file : std::filesystem::directory_iterator(PROJECT_FOLDER "/simulator/instruments"))
+    for (const auto& file : std::filesystem::directory_iterator(INSTRUMENTS_FOLDER)) {
         choices.push_back(file.path().filename().string());
+        EXPECT_THAT(read_file(file.path()), StartsWith("# A")) << file.path();  // what it is for
+        EXPECT_NO_THROW(read_description(file.path().string()));
+    }
     EXPECT_THAT(first_cells(rows["## Choosing one"]), UnorderedElementsAreArray(choices));
 
     const TempFolder folder;

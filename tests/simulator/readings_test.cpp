@@ -1,6 +1,8 @@
-// What the instrument makes of a transformer: calibration, automatic tests, and what it shares with other consoles.
+// What the instrument makes of a transformer: the instruments that come with the program, noise, calibration, automatic
+// tests, and what is shared with other consoles.
 #include "simulator/device/device.h"
 #include "simulator/device/environment.h"
+#include "simulator/measuring/connection.h"
 #include "tests/simulator/device_fixture.h"
 
 #include <cmath>
@@ -16,6 +18,12 @@ constexpr double star_voltage = 48.0 / std::numbers::sqrt3;  // of the resistive
 
 class Readings : public DeviceApi {
   protected:
+    void load(const std::string& name) {
+        QVL_Lib_Shutdown();  // of the one before, if there was one
+        setenv("ZERKO_SIM_INSTRUMENT", (INSTRUMENTS_FOLDER "/" + name + ".toml").c_str(), 1);
+        ASSERT_EQ(start(), QVL_Success);
+    }
+
     Record tested_down(double volts) {
         parameters_.test_mode = QVL_TestMode_VR_Down;
         parameters_.nameplate_ratio = 50.0;
@@ -39,6 +47,104 @@ class Readings : public DeviceApi {
 
     std::array<double, 3> own_{};  // the instrument's own readings of a voltage calibration
 };
+
+double rms_of_last_column(const std::string& raw_data) {
+    std::istringstream lines(raw_data);
+    double squares = 0.0;
+    int samples = 0;
+    for (std::string line; std::getline(lines, line);) {
+        if (line.find(";DOWN;") == std::string::npos) continue;
+        ++samples;
+        squares += std::pow(std::stod(line.substr(line.rfind(';') + 1)), 2);
+    }
+    EXPECT_EQ(samples, 128);
+    return std::sqrt(squares / samples);
+}
+
+TEST_F(Readings, ShippedTransformersShowTheirRatiosAndWhatIsWrong) {
+    for (const auto& [name, group, ratio, least_error, largest_error] : {
+             std::tuple{"dyn11",         "Dyn11", 50.204, 0.0, 0.1 },
+             {"ynd1",          "YNd1",  3.1754, 0.0, 0.1 },
+             {"yzn5",          "Yzn5",  86.603, 0.0, 0.1 },
+             {"uncalibrated",  "Dyn11", 50.204, 0.5, 10.0},
+             {"shorted_turns", "Dyn11", 50.204, 3.4, 3.5 },
+    }) {
+        SCOPED_TRACE(name);
+        load(name);
+        const VectorGroup wound = parse_vector_group(group).value();
+        parameters_.winding_hi = api_winding(wound.high);
+        parameters_.winding_lo = api_winding(wound.low);
+        parameters_.nameplate_ratio = ratio;
+        const Record record = measured();
+        EXPECT_EQ(record->label.phasing, wound.clock);
+        EXPECT_GE(record->label.max_ratio_error, least_error);
+        EXPECT_LE(record->label.max_ratio_error, largest_error);
+    }
+    parameters_.test_mode = QVL_TestMode_VR_Up;
+    parameters_.voltage = 12.0;
+    EXPECT_EQ(test("T", QVL_DB_DoNotStore), code::excitation_current_too_high);
+    const char* description = nullptr;
+    QVL_GetResultCodeName(code::excitation_current_too_high, &description);
+    EXPECT_THAT(description, testing::EndsWith(" 1.00 A were reached at 0.97 V of 12.00 V."));
+}
+
+TEST_F(Readings, ShippedInstrumentsFailAsTheySay) {
+    load("without_board");
+    EXPECT_EQ(test("T", QVL_DB_DoNotStore), code::board_not_connected);
+    load("read_only_card");
+    EXPECT_EQ(test("T", QVL_DB_NewRecord), code::card_read_only);
+    EXPECT_EQ(test("T", QVL_DB_DoNotStore), QVL_Success);
+    EXPECT_TRUE(stored("SELF-TEST"));
+    load("every_third_test_fails");
+    for (int call = 1; call <= 6; ++call) {
+        EXPECT_EQ(test("T", QVL_DB_DoNotStore), call % 3 == 0 ? code::timeout : QVL_Success);
+        EXPECT_EQ(test_1ph("T", QVL_DB_DoNotStore), call % 3 == 0 ? code::timeout : QVL_Success);
+    }
+}
+
+// The currents are those of an integration of the same core step by step through time.
+TEST_F(Readings, TheCurrentTransformerShowsItsRatioAndItsKnee) {
+    load("ct");
+    single_phase_.test_mode = QVL_TestMode_CT;
+    single_phase_.measure_hi = single_phase_.measure_lo = QVL_Measure_1_0;
+    single_phase_.nameplate_ratio = 200.0;
+    single_phase_.frequency = 80;
+    for (const auto& [volts, current] : {
+             std::pair{6.0,  0.00317358},
+             {24.0, 0.0129940 },
+             {36.0, 0.0355088 },
+             {50.0, 0.377626  },
+             {55.0, 0.847859  }
+    }) {
+        single_phase_.voltage = volts;
+        const Record record = measured_1ph();
+        const double rms = record->data_1ph[0]->phase.Current_rms;
+        EXPECT_NEAR(rms, current, 3e-4 * current) << volts;
+        EXPECT_NEAR(record->label.ct_l, 1000, 3);
+        EXPECT_NEAR(rms_of_last_column(record->raw_data), rms, 2e-8);
+    }
+    for (const double volts : {150.0, 200.0, 250.0}) {
+        single_phase_.voltage = volts;
+        EXPECT_EQ(test_1ph("T", QVL_DB_DoNotStore), code::excitation_current_too_high);
+    }
+}
+
+TEST_F(Readings, RatiosScatterAsTheNoiseIsDescribedAndALongTestAveragesIt) {
+    start_new("[durations]\nlong_test = 100\n[channel]\nnoise = 1e-3\n");
+    const double expected = std::numbers::sqrt2 * 1e-3;  // of two readings
+    for (const bool long_test : {false, true}) {
+        single_phase_.long_test = long_test;
+        double sum = 0.0, squares = 0.0;
+        constexpr int tests = 200;
+        for (int i = 0; i < tests; ++i) {
+            const double ratio = measured_1ph()->data_1ph[0]->phase.Ratio / 50.0;
+            sum += ratio;
+            squares += ratio * ratio;
+        }
+        const double deviation = std::sqrt((squares - sum * sum / tests) / (tests - 1));
+        EXPECT_NEAR(deviation / expected, long_test ? 0.1 : 1.0, long_test ? 0.015 : 0.15);
+    }
+}
 
 // The shorted leads read the board's offset and nothing else, so a zero calibration takes it out of the next test.
 TEST_F(Readings, AZeroCalibrationTakesOffsetsOutUntilTheFactoryReset) {

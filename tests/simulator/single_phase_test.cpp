@@ -112,23 +112,5 @@ TEST(SinglePhase, ConnectionsThatMeasureNothingAreRefused) {
     EXPECT_EQ(refusal("YNd1", {4, 0, 6, 0}), code::signal_too_small);
 }
 
-TEST_F(DeviceApi, RatiosScatterAsTheNoiseIsDescribedAndALongTestAveragesIt) {
-    start_new("[durations]\nlong_test = 100\n[channel]\nnoise = 1e-3\n");
-    const auto deviation = [&](bool long_test) {
-        single_phase_.long_test = long_test;
-        double sum = 0.0, squares = 0.0;
-        constexpr int tests = 200;
-        for (int i = 0; i < tests; ++i) {
-            const double ratio = measured_1ph()->data_1ph[0]->phase.Ratio / 50.0;
-            sum += ratio;
-            squares += ratio * ratio;
-        }
-        return std::sqrt((squares - sum * sum / tests) / (tests - 1));
-    };
-    const double expected = std::sqrt(2.0) * 1e-3;  // of two readings
-    EXPECT_NEAR(deviation(false), expected, 0.15 * expected);
-    EXPECT_NEAR(deviation(true), expected / 10.0, 0.15 * expected / 10.0);
-}
-
 }  // namespace
 }  // namespace simulator
