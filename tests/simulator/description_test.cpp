@@ -32,45 +32,45 @@ std::string refusal_of(const std::string& text) {
 }
 
 TEST(Description, ErrorsSayWhereAndWhyAndWhatWouldBeRight) {
-    const std::string wrong_tap = "[transformer.wrong_tap]\nphase = \"A\"\nsteps = -2\n";
-    const std::string fault = "[[instrument_fault]]\n", test_fault = fault + "operation = \"QVL_Test_3ph\"\n";
+    const char *const fault = "[[instrument_fault]]", *const instrument = "[instrument]", *const limits = "[limits]";
+    const char *const transformer = "[transformer]", *const taps = "[transformer.tap_changer]";
+    const char *const shorted = "[transformer.shorted_turns]", *const open = "[transformer.open_winding]";
+    const char* const wrong_tap = "[transformer.wrong_tap]";
     for (
-        const auto& [text, error] : {
-            std::pair<std::string, std::string>{"seed = 1\nsede = 2",                                            "2: there is no \"sede\"; did you mean seed?"                   },
-            {"seed = true",                                                   "1: seed must be an integer of 0 or more"                       },
-            {"[transformer]\nname = \"T\"\nopen_phse = \"B\"",                "3: [transformer] has no \"open_phse\""                         },
-            {"[transformer]\nvector_group = \"Dyn12\"",
-                                                "2: [transformer] vector_group must be a vector group such as \"Dyn11\", \"YNd1\" or \"Yzn5\""                                   },
-            {"[transformer]\nturns_ratio = [50, 50]",
-                                                "2: [transformer] turns_ratio must be a number from 0.001 to 1e+05, or three of them, for phases A, B and C"                     },
-            {"[transformer.shorted_turns]\nside = \"high\"",                  "1: [transformer.shorted_turns] phase is missing"               },
-            {"[transformer.open_winding]\nside = \"left\"\nphase = \"A\"",
-                                                "2: [transformer.open_winding] side must be one of \"high\", \"low\""                                                            },
-            {"[transformer.tap_changer]\nlowest = -10\nstep = 10",
-                                                "3: [transformer.tap_changer] step leaves too few turns in the lowest position"                                                  },
-            {wrong_tap + "[transformer.tap_changer]\nlowest = -8\nstep = 10",
-                                                "3: [transformer.wrong_tap] steps leave the phase too few turns"                                                                 },
-            {"[channel]\nnoise = -1e-6",                                      "2: [channel] noise must be a number from 0 to 0.1"             },
-            {"[limits]\nvoltage = [9, 3]",
-                                                "2: [limits] voltage must be two numbers in ascending order, from 0 to 1000"                                                     },
-            {"[limits]\nfrequency = [100.4, 100.6]",                          "2: [limits] frequency must have an integer between them"       },
-            {"[instrument]\natmega_version = \"123456789012345678901\"",
-                                                "2: [instrument] atmega_version must be a text of at most 20 characters"                                                         },
-            {"[instrument]\nsoftware_version = \"../../x\"",
-                                                "2: [instrument] software_version is part of file names: letters, digits, dots, dashes and underscores, not beginning with a dot"},
-            {"[instrument]\nmodel = 35",                                      "2: [instrument] model must be 10, 20, 30, 40 or 50"            },
-            {"[instrument]\ncalibration_date = 2024-02-06",
-                                                "2: [instrument] calibration_date must be a date and time with its zone, as in 2024-02-06T09:30:00Z"                             },
-            {fault + "operation = \"test_3ph\"\ncode = 9",
-                                                "2: [[instrument_fault]] operation names no operation that can have a fault; did you mean QVL_Test_3ph?"                         },
-            {test_fault,                                                      "1: [[instrument_fault]] code is missing"                       },
-            {test_fault + "code = \"TIME_OUT\"",
-                                                "3: [[instrument_fault]] code must be the name of a result code or an integer from 0 to 9999; did you mean TIMEOUT?"             },
-            {test_fault + "code = 0",                                         "3: [[instrument_fault]] code must be another than SUCCESS"     },
-            {test_fault + "code = 9\nevery = 2\non_call = 3",
-                                                "4: [[instrument_fault]] every and on_call exclude each other"                                                                   },
+        const auto& [table, lines, line, error] : {
+            std::tuple{transformer, "name = \"T\"\nopen_phse = \"B\"",                                              3, "has no \"open_phse\""                                          },
+            {transformer, "vector_group = \"Dyn12\"",                                                     2,
+                       "vector_group must be a vector group such as \"Dyn11\", \"YNd1\" or \"Yzn5\""                                                                                   },
+            {transformer, "turns_ratio = [50, 50]",                                                       2,
+                       "turns_ratio must be a number from 0.001 to 1e+05, or three of them, for phases A, B and C"                                                                     },
+            {shorted,     "side = \"high\"",                                                              1, "phase is missing"                                              },
+            {open,        "side = \"left\"\nphase = \"A\"",                                               2, "side must be one of \"high\", \"low\""                         },
+            {taps,        "lowest = -10\nstep = 10",                                                      3, "step leaves too few turns in the lowest position"              },
+            {wrong_tap,   "phase = \"A\"\nsteps = -2\n[transformer.tap_changer]\nlowest = -8\nstep = 10", 3,
+                       "steps leave the phase too few turns"                                                                                                                           },
+            {"[channel]", "noise = -1e-6",                                                                2, "noise must be a number from 0 to 0.1"                          },
+            {limits,      "voltage = [9, 3]",                                                             2, "voltage must be two numbers in ascending order, from 0 to 1000"},
+            {limits,      "frequency = [100.4, 100.6]",                                                   2, "frequency must have an integer between them"                   },
+            {instrument,  "atmega_version = \"123456789012345678901\"",                                   2,
+                       "atmega_version must be a text of at most 20 characters"                                                                                                        },
+            {instrument,  "software_version = \"../../x\"",                                               2,
+                       "software_version is part of file names: letters, digits, dots, dashes and underscores, not beginning with a dot"                                               },
+            {instrument,  "model = 35",                                                                   2, "model must be 10, 20, 30, 40 or 50"                            },
+            {instrument,  "calibration_date = 2024-02-06",                                                2,
+                       "calibration_date must be a date and time with its zone, as in 2024-02-06T09:30:00Z"                                                                            },
+            {fault,       "operation = \"test_3ph\"\ncode = 9",                                           2,
+                       "operation names no operation that can have a fault; did you mean QVL_Test_3ph?"                                                                                },
+            {fault,       "operation = \"QVL_Test_3ph\"",                                                 1, "code is missing"                                               },
+            {fault,       "code = \"TIME_OUT\"\noperation = \"QVL_Reboot\"",                              2,
+                       "code must be the name of a result code or an integer from 0 to 9999; did you mean TIMEOUT?"                                                                    },
+            {fault,       "code = 0\noperation = \"QVL_Reboot\"",                                         2, "code must be another than SUCCESS"                             },
+            {fault,       "code = 9\nevery = 2\non_call = 3\noperation = \"QVL_Reboot\"",                 3,
+                       "every and on_call exclude each other"                                                                                                                          },
     })
-        EXPECT_EQ(refusal_of(text), "my.toml:" + error);
+        EXPECT_EQ(refusal_of(std::string(table) + "\n" + lines),
+                  "my.toml:" + std::to_string(line) + ": " + table + " " + error);
+    EXPECT_EQ(refusal_of("seed = 1\nsede = 2"), "my.toml:2: there is no \"sede\"; did you mean seed?");
+    EXPECT_EQ(refusal_of("seed = true"), "my.toml:1: seed must be an integer of 0 or more");
     EXPECT_EQ(refusal_of("seed = \n").substr(0, 11), "my.toml:1: ");
     EXPECT_THROW(read_description("/no/such/file.toml"), DescriptionError);
 }

@@ -16,9 +16,6 @@ using testing::HasSubstr;
 using testing::Not;
 
 TEST_F(DeviceApi, NothingWorksBeforeTheStartAndCancellingDoesNoHarm) {
-    const auto start_at = [](const char* port) {
-        return QVL_Lib_InitializeTestStation(port, nullptr, nullptr, QVL_Lib_Mode_Console, false);
-    };
     EXPECT_EQ(QVL_CancelOperation(), QVL_Success);
     EXPECT_EQ(QVL_GetStatus(&status_), code::not_initialized);
     EXPECT_EQ(test("T", QVL_DB_NewRecord), code::not_initialized);
@@ -122,21 +119,20 @@ TEST_F(StartedDevice, ATestThatCannotBeStoredWholeLeavesTheRecordAsItWas) {
 }
 
 TEST_F(DeviceApi, TwoProcessesStoreIntoOneStateFolder) {
-    constexpr int each = 15;
-    const auto store_all = [&](const std::string& name) {
+    const auto store_all = [&] {
         int failed = start() == QVL_Success ? 0 : 1;
-        for (int i = 0; i < each; ++i)
-            failed += test((name + std::to_string(i)).c_str(), QVL_DB_NewRecord) != QVL_Success;
+        for (int i = 0; i < 15; ++i) failed += test(nullptr, QVL_DB_NewRecord) != QVL_Success;
         return failed;
     };
     const pid_t other = fork();
-    if (other == 0) _exit(store_all("child"));
-    EXPECT_EQ(store_all("parent"), 0);
+    if (other == 0) _exit(store_all());
+    EXPECT_EQ(store_all(), 0);
     int status = -1;
     ASSERT_EQ(waitpid(other, &status, 0), other);
     EXPECT_EQ(status, 0);
-    for (const std::string name : {"child", "parent"})
-        for (int i = 0; i < each; ++i) EXPECT_EQ(read(name + std::to_string(i))->test_count, 1u);
+    const auto ids = listed(QVL_Order_DateTime, true);
+    EXPECT_EQ(ids.size(), 34u);  // four came with the instrument
+    for (const std::string& id : ids) EXPECT_EQ(read(id)->test_count, 1u) << id;
 }
 
 TEST_F(StartedDevice, WhatTheInstrumentCannotDoHasItsOwnCode) {
@@ -173,18 +169,24 @@ TEST_F(DeviceApi, AFullDatabaseTakesNoNewRecordButMoreTestsOfAnOldOne) {
 }
 
 TEST_F(StartedDevice, FaultsOfTheDescriptionActWhileTheConsoleRuns) {
-    const std::string instrument = "[instrument]\n";
-    for (const auto& [line, code] : {
-             std::pair{"board_connected = false",         code::board_not_connected     },
-             std::pair{"emergency_button_pressed = true", code::emergency_button_pressed},
-             std::pair{"card_mounted = false",            code::card_missing            },
-             std::pair{"card_read_only = true",           code::card_read_only          },
-             std::pair{"database_loaded = false",         code::database_not_loaded     },
+    const auto shipped = [](const std::string& name) { return read_file(INSTRUMENTS_FOLDER "/" + name + ".toml"); };
+    for (const auto& [description, code] : {
+             std::pair{shipped("without_board"),                                     code::board_not_connected     },
+             std::pair{shipped("card_and_board_missing"),                            code::board_not_connected     },
+             std::pair{shipped("read_only_card"),                                    code::card_read_only          },
+             std::pair{std::string("[instrument]\nemergency_button_pressed = true"), code::emergency_button_pressed},
+             std::pair{std::string("[instrument]\ncard_mounted = false"),            code::card_missing            },
+             std::pair{std::string("[instrument]\ndatabase_loaded = false"),         code::database_not_loaded     },
     }) {
-        redescribe(instrument + line);
+        redescribe(description);
         EXPECT_EQ(test("T", QVL_DB_NewRecord), code);
     }
-    redescribe(instrument + "calibrated = false\nstatus_code = \"CONNECTION_LOST\"\n");
+    redescribe(shipped("every_third_test_fails"));
+    for (const auto code : {QVL_Success, QVL_Success, code::timeout, QVL_Success}) {
+        EXPECT_EQ(test("T", QVL_DB_DoNotStore), code);
+        EXPECT_EQ(test_1ph("T", QVL_DB_DoNotStore), code);
+    }
+    redescribe("[instrument]\ncalibrated = false\nstatus_code = \"CONNECTION_LOST\"\n");
     EXPECT_EQ(status_.status_code, code::connection_lost);
     EXPECT_FALSE(status_.calibrated);
 }
@@ -251,11 +253,8 @@ TEST_F(DeviceApi, AnyOperationButGivingBackCanHaveAFaultThatLeavesALineInTheLog)
         redescribe("");
         return answer;
     };
-    const auto start_station = [] {
-        return QVL_Lib_InitializeTestStation("/dev/null", nullptr, nullptr, QVL_Lib_Mode_Console, false);
-    };
     EXPECT_EQ(answer_with_fault("QVL_Lib_Initialize", [&] { return start(); }), own);
-    EXPECT_EQ(answer_with_fault("QVL_Lib_InitializeTestStation", start_station), own);
+    EXPECT_EQ(answer_with_fault("QVL_Lib_InitializeTestStation", [] { return start_at("/dev/null"); }), own);
     ASSERT_EQ(start(), QVL_Success);
     EXPECT_EQ(answer_with_fault("QVL_Lib_Shutdown", QVL_Lib_Shutdown), own);
     EXPECT_EQ(answer_with_fault("QVL_GetStatus", [] { return QVL_GetStatus(nullptr); }), own);

@@ -67,6 +67,10 @@ class DeviceApi : public testing::Test {
 
     QVL_ResultCode start() { return QVL_Lib_Initialize(nullptr, nullptr, QVL_Lib_Mode_Console, false); }
 
+    static QVL_ResultCode start_at(const char* port) {
+        return QVL_Lib_InitializeTestStation(port, nullptr, nullptr, QVL_Lib_Mode_Console, false);
+    }
+
     void restart() {
         ASSERT_EQ(QVL_Lib_Shutdown(), QVL_Success);
         ASSERT_EQ(start(), QVL_Success);
@@ -130,6 +134,16 @@ class DeviceApi : public testing::Test {
         bool exists = false;
         EXPECT_EQ(QVL_CheckRecordExists(id, exists), QVL_Success);
         return exists;
+    }
+
+    static std::vector<std::string> listed(QVL_OrderField field, bool ascending) {
+        QVL_TestLabelsList* list = nullptr;
+        EXPECT_EQ(QVL_ListRecords(&list, field, ascending), QVL_Success);
+        std::vector<std::string> ids;
+        for (std::uint32_t i = 0; i < list->count; ++i) ids.emplace_back(list->labels[i].test_id);
+        EXPECT_EQ(QVL_FreeTestRecordsList(list), QVL_Success);
+        EXPECT_EQ(QVL_FreeTestRecordsList(list), code::bad_parameter);
+        return ids;
     }
 
     // The whole log; `calls`: how many chunks it came in.

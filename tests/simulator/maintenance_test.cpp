@@ -18,15 +18,6 @@ using testing::IsEmpty;
 
 class Maintenance : public StartedDevice {
   protected:
-    std::vector<std::string> listed(QVL_OrderField field, bool ascending) {
-        EXPECT_EQ(QVL_ListRecords(&list_, field, ascending), QVL_Success);
-        std::vector<std::string> ids;
-        for (std::uint32_t i = 0; i < list_->count; ++i) ids.emplace_back(list_->labels[i].test_id);
-        EXPECT_EQ(QVL_FreeTestRecordsList(list_), QVL_Success);
-        EXPECT_EQ(QVL_FreeTestRecordsList(list_), code::bad_parameter);
-        return ids;
-    }
-
     QVL_ResultCode begin_voltage_calibration() {
         return QVL_CalibrateVoltageBegin(48.0, 20000, &own_[0], &own_[1], &own_[2], progress_);
     }
@@ -48,21 +39,6 @@ class Maintenance : public StartedDevice {
         return folder_.path() / "source";
     }
 
-    // All that report progress.
-    std::vector<std::pair<std::string, std::function<QVL_ResultCode()>>> long_operations() {
-        return {
-            {"zero",    [this] { return QVL_CalibrateZero(progress_); }                                },
-            {"current", [this] { return QVL_CalibrateHighCurrent(48.0, 5.0, 5.0, 5.0, progress_); }    },
-            {"end",     [this] { return QVL_CalibrateVoltageEnd(27.7, 27.7, 27.7, progress_); }        },
-            {"begin",   [this] { return begin_voltage_calibration(); }                                 },
-            {"attach",  [this] { return attach("SELF-TEST", file("x")); }                              },
-            {"three",   [this] { return test("T", QVL_DB_NewRecord); }                                 },
-            {"single",  [this] { return test_1ph("S", QVL_DB_NewRecord); }                             },
-            {"reset",   [this] { return QVL_ElevateToFactoryPrivilages(access_code), factory_reset(); }},
-        };
-    }
-
-    QVL_TestLabelsList* list_ = nullptr;
     std::array<double, 3> own_{};  // the instrument's own readings of a voltage calibration
     const QVL_MeasurementBoardInfo identity_{"1111-111-11", "00", "M111111-1111-LF"};
 };
@@ -80,7 +56,8 @@ TEST_F(Maintenance, RecordsAreListedInSixOrders) {
     // DYn5, DYn11, YnD1, 1Ph: clock numbers count as numbers.
     EXPECT_THAT(listed(QVL_Order_VectorGroup, true), ElementsAre(tr, self, "b", "A", t1, ct, single));
     EXPECT_THAT(listed(QVL_Order_VectorGroup, false), ElementsAre(ct, single, t1, self, "b", "A", tr));
-    EXPECT_EQ(QVL_ListRecords(&list_, QVL_OrderField{3}, true), code::bad_parameter);
+    QVL_TestLabelsList* list = nullptr;
+    EXPECT_EQ(QVL_ListRecords(&list, QVL_OrderField{3}, true), code::bad_parameter);
 }
 
 TEST_F(Maintenance, WhatIsDeletedStaysDeletedAndTheSelfTestRecordComesBackWhenItIsAskedFor) {
@@ -221,7 +198,16 @@ TEST_F(Maintenance, WhatTakesTimeReportsProgressAndIsCancelledWithoutATrace) {
                                         &seen};
     progress_ = &progress;
     EXPECT_EQ(begin_voltage_calibration(), QVL_Success);
-    const auto operations = long_operations();
+    const std::pair<std::string, std::function<QVL_ResultCode()>> operations[] = {
+        {"zero",    [&] { return QVL_CalibrateZero(progress_); }                                },
+        {"current", [&] { return QVL_CalibrateHighCurrent(48.0, 5.0, 5.0, 5.0, progress_); }    },
+        {"end",     [&] { return QVL_CalibrateVoltageEnd(27.7, 27.7, 27.7, progress_); }        },
+        {"begin",   [&] { return begin_voltage_calibration(); }                                 },
+        {"attach",  [&] { return attach("SELF-TEST", file("x")); }                              },
+        {"three",   [&] { return test("T", QVL_DB_NewRecord); }                                 },
+        {"single",  [&] { return test_1ph("S", QVL_DB_NewRecord); }                             },
+        {"reset",   [&] { return QVL_ElevateToFactoryPrivilages(access_code), factory_reset(); }},
+    };
     const auto before = calibration();
     for (const auto& [name, operation] : operations) {
         SCOPED_TRACE(name);
@@ -264,23 +250,17 @@ TEST_F(Maintenance, ACancellationFromAnotherThreadEndsAnOperationSoon) {
 }
 
 TEST_F(Maintenance, DirectVoltageIsAppliedWithinTheSupplysRange) {
-    struct Case {
-        int direction, measure, shorted, supply;
-        double volts;
-        QVL_ResultCode result;
-    };
-    constexpr Case cases[] = {
-        {1, 1, 2, 1, 47.0,  QVL_Success               },
-        {0, 6, 0, 0, 12.0,  QVL_Success               },
-        {0, 1, 0, 0, 13.0,  code::voltage_out_of_range},
-        {1, 1, 0, 1, 0.0,   code::voltage_out_of_range},
-        {1, 1, 0, 1, 100.0, code::voltage_out_of_range},
-        {2, 1, 0, 1, 5.0,   code::bad_parameter       },
-        {1, 7, 0, 1, 5.0,   code::bad_parameter       },
-        {1, 1, 4, 1, 5.0,   code::bad_parameter       },
-        {1, 1, 0, 2, 5.0,   code::bad_parameter       },
-    };
-    for (const auto& [direction, measure, shorted, supply, volts, result] : cases)
+    for (const auto& [direction, measure, shorted, supply, volts, result] : {
+             std::tuple{1, 1, 2, 1, 47.0,  QVL_Success               },
+             {0, 6, 0, 0, 12.0,  QVL_Success               },
+             {0, 1, 0, 0, 13.0,  code::voltage_out_of_range},
+             {1, 1, 0, 1, 0.0,   code::voltage_out_of_range},
+             {1, 1, 0, 1, 100.0, code::voltage_out_of_range},
+             {2, 1, 0, 1, 5.0,   code::bad_parameter       },
+             {1, 7, 0, 1, 5.0,   code::bad_parameter       },
+             {1, 1, 4, 1, 5.0,   code::bad_parameter       },
+             {1, 1, 0, 2, 5.0,   code::bad_parameter       },
+    })
         EXPECT_EQ(direct_voltage(direction, measure, shorted, supply, volts), result);
     redescribe("[instrument]\nboard_connected = false");
     EXPECT_EQ(direct_voltage(1, 1, 0, 1, 5.0), code::board_not_connected);
