@@ -1,6 +1,5 @@
 // Starting, testing, storing and failing as the console tester meets them: through the device API.
 #include "simulator/description/operation_names.h"
-#include "simulator/store/store.h"
 #include "tests/simulator/device_fixture.h"
 
 #include <cmath>
@@ -15,7 +14,11 @@ namespace {
 using testing::HasSubstr;
 using testing::Not;
 
-TEST_F(DeviceApi, NothingWorksBeforeTheStartAndCancellingDoesNoHarm) {
+TEST_F(DeviceApi, NothingButNamesWorksBeforeTheStartAndCancellingDoesNoHarm) {
+    const char* description = nullptr;
+    EXPECT_STREQ(QVL_GetResultCodeName(QVL_ResultCode{4711}, &description), "UNKNOWN_RESULT_CODE");
+    EXPECT_EQ(description, nullptr);
+    EXPECT_STREQ(QVL_GetResultCodeName(QVL_Success_44, nullptr), "SUCCESS_WITH_REMARK");
     EXPECT_EQ(QVL_CancelOperation(), QVL_Success);
     EXPECT_EQ(QVL_GetStatus(&status_), code::not_initialized);
     EXPECT_EQ(test("T", QVL_DB_NewRecord), code::not_initialized);
@@ -43,17 +46,6 @@ TEST_F(StartedDevice, AnAutomaticTestReportsBothDirections) {
     EXPECT_NEAR(data.A.Ratio_Error, (data.A.Ratio / 50.2 - 1.0) * 100.0, 1e-9);
     EXPECT_NEAR(data.A.phase_deviation_from_phasing, 0.0, 1e-3);
     EXPECT_NEAR(std::abs(data.A.phase_deviation_from_user_phasing), 3.14159, 1e-3);
-}
-
-TEST_F(DeviceApi, OneSeedGivesOneSequenceOfRecords) {
-    const auto series = [&](const char* description) {
-        start_new(description);
-        const std::string first = text_of(measured());
-        return first + text_of(measured());
-    };
-    const std::string first = series("seed = 5");
-    EXPECT_EQ(series("seed = 5"), first);
-    EXPECT_NE(series("seed = 6"), first);
 }
 
 TEST_F(StartedDevice, TestsAreStoredAppendedToOrNotStoredAndReadBack) {
@@ -102,20 +94,6 @@ TEST_F(StartedDevice, RecordsThatTheOperatorCannotMeanAreRefused) {
     EXPECT_EQ(test("S", QVL_DBAction{4}), code::bad_parameter);
     const QVL_Test_Record foreign{};
     EXPECT_EQ(QVL_FreeTestRecord(&foreign), code::bad_parameter);
-}
-
-// A trigger of the database stands for a disk that is full when the third row of phases is to be written.
-TEST_F(StartedDevice, ATestThatCannotBeStoredWholeLeavesTheRecordAsItWas) {
-    ASSERT_EQ(test("T", QVL_DB_NewRecord), QVL_Success);
-    const std::string before = text_of(read("T"));
-    SQLite::Database(state_ / "instrument.sqlite", SQLite::OPEN_READWRITE)
-        .exec("CREATE TRIGGER full BEFORE INSERT ON phase WHEN NEW.phase = 2 BEGIN SELECT raise(FAIL, 'full'); END");
-    parameters_.nameplate_ratio = 49.0;
-    EXPECT_EQ(test("T", QVL_DB_Append), code::database_error);
-    EXPECT_EQ(test("U", QVL_DB_NewRecord), code::database_error);
-    EXPECT_FALSE(stored("U"));
-    EXPECT_EQ(text_of(read("T")), before);
-    EXPECT_THAT(log(), HasSubstr("ERROR QVL_Test_3ph: DATABASE_ERROR: full\n"));
 }
 
 TEST_F(DeviceApi, TwoProcessesStoreIntoOneStateFolder) {
@@ -224,13 +202,6 @@ TEST_F(StartedDevice, SettingsOutliveARestart) {
     EXPECT_TRUE(info().debug_mode);
 }
 
-TEST_F(DeviceApi, AStateFolderThatCannotBeUsedLeavesTheDatabaseNotLoaded) {
-    setenv("ZERKO_SIM_STATE", "/dev/null/state", 1);
-    EXPECT_THAT(start_and_errors(), testing::Pair(QVL_Success, HasSubstr("/dev/null/state")));
-    EXPECT_EQ(test("T", QVL_DB_NewRecord), code::database_not_loaded);
-    EXPECT_EQ(test("T", QVL_DB_DoNotStore), QVL_Success);
-}
-
 std::string fault(const std::string& operation, int code, const std::string& when = "") {
     return "[[instrument_fault]]\noperation = \"" + operation + "\"\ncode = " + std::to_string(code) + "\n" + when +
            "\n";
@@ -295,13 +266,6 @@ TEST_F(DeviceApi, ACancellationWithAFaultIsIgnored) {
     answer.reset();
     EXPECT_EQ(test("cancelled", QVL_DB_NewRecord), code::cancelled);
     EXPECT_EQ(answer, QVL_Success);
-}
-
-TEST(ResultCodes, KeepADescriptionOnlyWhereThereIsOne) {
-    const char* description = nullptr;
-    EXPECT_STREQ(QVL_GetResultCodeName(QVL_ResultCode{4711}, &description), "UNKNOWN_RESULT_CODE");
-    EXPECT_EQ(description, nullptr);
-    EXPECT_STREQ(QVL_GetResultCodeName(QVL_Success_44, nullptr), "SUCCESS_WITH_REMARK");
 }
 
 TEST(Utilities, MakeFoldersAndCutTexts) {

@@ -9,6 +9,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <array>
 #include <chrono>
 #include <cstring>
 #include <memory>
@@ -124,6 +125,10 @@ class DeviceApi : public testing::Test {
         return data;
     }
 
+    QVL_ResultCode begin_voltage_calibration() {
+        return QVL_CalibrateVoltageBegin(48.0, 20000, &own_[0], &own_[1], &own_[2], progress_);
+    }
+
     static QVL_DeviceInfo info() {
         QVL_DeviceInfo info;
         EXPECT_EQ(QVL_GetDeviceInfo(&info), QVL_Success);
@@ -166,6 +171,7 @@ class DeviceApi : public testing::Test {
     QVL_Parameters_3ph parameters_;
     QVL_Parameters_1ph single_phase_;  // one limb of a Dyn11 transformer
     const QVL_ProgressCallback* progress_ = nullptr;
+    std::array<double, 3> own_{};  // the instrument's own readings of a voltage calibration
 
   private:
     QVL_ResultCode run(auto operation, const auto& parameters, const char* id, QVL_DBAction action, Record* result) {

@@ -32,10 +32,6 @@ class Readings : public DeviceApi {
 
     double largest_error(double volts) { return tested_down(volts)->label.max_ratio_error; }
 
-    QVL_ResultCode begin_voltage_calibration() {
-        return QVL_CalibrateVoltageBegin(48.0, 0, &own_[0], &own_[1], &own_[2], nullptr);
-    }
-
     static QVL_ResultCode end_voltage_calibration(double c) {
         return QVL_CalibrateVoltageEnd(star_voltage, star_voltage, c, nullptr);
     }
@@ -43,8 +39,6 @@ class Readings : public DeviceApi {
     static QVL_ResultCode calibrate_current(double volts, double c) {
         return QVL_CalibrateHighCurrent(volts, 10.0, 10.0, c, nullptr);
     }
-
-    std::array<double, 3> own_{};  // the instrument's own readings of a voltage calibration
 };
 
 double rms_of_last_column(const std::string& raw_data) {

@@ -43,7 +43,11 @@ TEST_F(Trouble, ADescriptionThatIsNoFileStopsTheStart) {
     }
 }
 
-TEST_F(Trouble, ADatabaseThatIsNoneOrWhoseBoardIsDamagedIsNotLoaded) {
+TEST_F(Trouble, ADatabaseThatCannotBeOrWhoseBoardIsDamagedIsNotLoaded) {
+    setenv("ZERKO_SIM_STATE", "/dev/null/state", 1);
+    EXPECT_THAT(start_and_errors(), Pair(QVL_Success, HasSubstr("/dev/null/state")));
+    EXPECT_EQ(test("T", QVL_DB_NewRecord), code::database_not_loaded);
+    setenv("ZERKO_SIM_STATE", state_.c_str(), 1);
     start_new("");
     ASSERT_EQ(QVL_CalibrateZero(nullptr), QVL_Success);
     ASSERT_EQ(QVL_Lib_Shutdown(), QVL_Success);
@@ -91,6 +95,20 @@ TEST_F(Trouble, ADatabaseThatAnotherProcessHoldsIsWaitedForAtMostFiveSecondsInAl
     EXPECT_LT(waited.count(), 6.0);
 }
 
+// A trigger of the database stands for a disk that is full when the third row of phases is to be written.
+TEST_F(Trouble, ATestThatCannotBeStoredWholeLeavesTheRecordAsItWas) {
+    start_new("");
+    ASSERT_EQ(test("T", QVL_DB_NewRecord), QVL_Success);
+    const std::string before = text_of(read("T"));
+    in_database("CREATE TRIGGER full BEFORE INSERT ON phase WHEN NEW.phase = 2 BEGIN SELECT raise(FAIL, 'full'); END");
+    parameters_.nameplate_ratio = 49.0;
+    EXPECT_EQ(test("T", QVL_DB_Append), code::database_error);
+    EXPECT_EQ(test("U", QVL_DB_NewRecord), code::database_error);
+    EXPECT_FALSE(stored("U"));
+    EXPECT_EQ(text_of(read("T")), before);
+    EXPECT_THAT(log(), HasSubstr("ERROR QVL_Test_3ph: DATABASE_ERROR: full\n"));
+}
+
 TEST_F(Trouble, AListOfAHundredThousandRecordsTakesLittleMemory) {
     start_new("");
     in_database("WITH RECURSIVE n(i) AS (SELECT 5 UNION ALL SELECT i + 1 FROM n WHERE i < 100000)"
@@ -112,19 +130,14 @@ TEST_F(Trouble, AListOfAHundredThousandRecordsTakesLittleMemory) {
 
 class KilledSeries : public DeviceApi {
   protected:
-    // Tests of one record until the process is killed; a byte for each that it saw finished.
-    void run_series(const char* id, int finished) {
-        if (start() != QVL_Success) _exit(1);
-        for (auto action = QVL_DB_NewRecord;; action = QVL_DB_Append)
-            if (test(id, action) != QVL_Success || write(finished, "f", 1) != 1) _exit(2);
-    }
-
-    // Kills a series at a random moment and tells how many tests it saw finished.
-    int finished_in_killed_series(const char* id, std::chrono::microseconds moment, bool once_under_way) {
+    // Tests of one record until the process is killed at that moment. How many it saw finished.
+    int finished_before_kill(const char* id, std::chrono::microseconds moment, bool once_under_way) {
         int ends[2], finished = 0, status = 0;
         EXPECT_EQ(pipe(ends), 0);
         const pid_t child = fork();
-        if (child == 0) run_series(id, ends[1]);
+        if (child == 0 && start() != QVL_Success) _exit(1);
+        for (auto action = QVL_DB_NewRecord; child == 0; action = QVL_DB_Append)
+            if (test(id, action) != QVL_Success || write(ends[1], "f", 1) != 1) _exit(2);
         close(ends[1]);
         char byte = 0;
         if (once_under_way && ::read(ends[0], &byte, 1) == 1) ++finished;
@@ -136,30 +149,26 @@ class KilledSeries : public DeviceApi {
         close(ends[0]);
         return finished;
     }
-
-    int tests_stored(const std::string& id) {
-        start();
-        const int count = stored(id.c_str()) ? static_cast<int>(read(id)->test_count) : 0;
-        QVL_Lib_Shutdown();
-        return count;
-    }
 };
 
 TEST_F(KilledSeries, LeavesEveryFinishedTestAndAtMostTheOneInFlight) {
     setenv("ZERKO_SIM_TIME_SCALE", "0.0002", 1);
     std::mt19937 random(4);
-    std::map<std::string, int> kept;
-    int all = 0;
+    std::map<std::string, int> finished;
     for (int round = 0; round < 50; ++round) {
         // The first ones hit the making of the database, the others a series under way.
         const bool under_way = round >= 10;
         const std::chrono::microseconds moment(random() % (under_way ? 100'000 : 20'000));
         const std::string id = std::to_string(round);
-        const int finished = finished_in_killed_series(id.c_str(), moment, under_way);
-        all += kept[id] = tests_stored(id);
-        EXPECT_TRUE(kept[id] == finished || kept[id] == finished + 1) << kept[id] << " of " << finished;
+        finished[id] = finished_before_kill(id.c_str(), moment, under_way);
     }
-    for (const auto& [id, tests] : kept) EXPECT_EQ(tests_stored(id), tests);
+    ASSERT_EQ(start(), QVL_Success);
+    int all = 0;
+    for (const auto& [id, seen] : finished) {
+        const int kept = stored(id.c_str()) ? static_cast<int>(read(id)->test_count) : 0;
+        EXPECT_TRUE(kept == seen || kept == seen + 1) << kept << " of " << seen;
+        all += kept;
+    }
     EXPECT_GT(all, 20);
 }
 
