@@ -11,7 +11,6 @@
 
 #include <array>
 #include <chrono>
-#include <cstring>
 #include <memory>
 #include <string>
 #include <vector>
@@ -32,8 +31,8 @@ inline std::string text_of(const Record& record) {
 
 inline constexpr const char* access_code = "3f9a0c2e7d41b86a5e0f13c9d7a2b468";
 
-inline bool same(const QVL_CalibrationData& one, const QVL_CalibrationData& other) {
-    return std::memcmp(&one, &other, sizeof one) == 0;
+inline std::string bytes_of(const QVL_CalibrationData& calibration) {
+    return {reinterpret_cast<const char*>(&calibration), sizeof calibration};
 }
 
 class DeviceApi : public testing::Test {
@@ -152,12 +151,12 @@ class DeviceApi : public testing::Test {
     }
 
     // The whole log; `calls`: how many chunks it came in.
-    std::string log(unsigned chunk = 4096, unsigned* calls = nullptr) {
+    std::string log(unsigned chunk = 4096, unsigned* calls = nullptr, QVL_ResultCode expected = QVL_Success) {
         std::vector<char> buffer(chunk);
         std::string text;
         unsigned count = 0, bytes = 0;
         for (bool more = true; more; ++count) {
-            EXPECT_EQ(QVL_ReadFile(QVL_ReadFile_ErrorLog, count == 0, buffer.data(), chunk, bytes, more), QVL_Success);
+            EXPECT_EQ(QVL_ReadFile(QVL_ReadFile_ErrorLog, count == 0, buffer.data(), chunk, bytes, more), expected);
             text.append(buffer.data(), bytes);
         }
         if (calls) *calls = count;

@@ -73,6 +73,11 @@ TEST_F(Readings, ShippedTransformersShowTheirRatiosAndWhatIsWrong) {
         EXPECT_GE(record->label.max_ratio_error, least_error);
         EXPECT_LE(record->label.max_ratio_error, largest_error);
     }
+    const Record shorted = measured();
+    const auto& [a, b, c] = std::tie(shorted->data_3ph[0]->A, shorted->data_3ph[0]->B, shorted->data_3ph[0]->C);
+    EXPECT_GT(b.Ratio_Error, 100.0 * std::abs(a.Ratio_Error));
+    EXPECT_GT(std::min(b.Current_rms, c.Current_rms), 100.0 * a.Current_rms);
+    EXPECT_GT(shorted->data_3ph[0]->Negative_Distortion_Index, 1.5);
     parameters_.test_mode = QVL_TestMode_VR_Up;
     parameters_.voltage = 12.0;
     EXPECT_EQ(test("T", QVL_DB_DoNotStore), code::excitation_current_too_high);
@@ -139,7 +144,7 @@ TEST_F(Readings, AZeroCalibrationTakesOffsetsOutUntilTheFactoryReset) {
         const QVL_MeasurementBoardInfo identity{"1111-111-11", "00", "M111111-1111-LF"};
         return QVL_FactoryResetMeasurementBoard(&identity, nullptr);
     };
-    EXPECT_TRUE(same(calibration(), QVL_CalibrationData()));
+    EXPECT_TRUE(bytes_of(calibration()) == bytes_of({}));
     EXPECT_GT(rms_excess(), 1e-7);
     EXPECT_GT(std::max(largest_error(47.0), single_phase_error()), 0.2);
 
@@ -153,7 +158,7 @@ TEST_F(Readings, AZeroCalibrationTakesOffsetsOutUntilTheFactoryReset) {
     EXPECT_EQ(QVL_ElevateToFactoryPrivilages(access_code), QVL_Success);
     EXPECT_EQ(reset(), QVL_Success);
     EXPECT_EQ(reset(), code::no_factory_privileges);
-    EXPECT_TRUE(same(calibration(), QVL_CalibrationData()));
+    EXPECT_TRUE(bytes_of(calibration()) == bytes_of({}));
     EXPECT_FALSE(info().calibrated);
     EXPECT_THAT(log(), HasSubstr("Measurement board reset: PCBA 1111-111-11, revision 00, serial M111111-1111-LF\n"));
 }
@@ -173,7 +178,7 @@ TEST_F(Readings, ThreeCalibrationsMakeAResetInstrumentRight) {
     EXPECT_GT(std::abs(own_[1] - star_voltage), 1e-3 * star_voltage);
     for (const double impossible : {0.0, std::nan("")})
         EXPECT_EQ(end_voltage_calibration(impossible), code::implausible_calibration);
-    EXPECT_TRUE(same(calibration(), QVL_CalibrationData()));
+    EXPECT_TRUE(bytes_of(calibration()) == bytes_of({}));
 
     EXPECT_EQ(calibrate_current(48.0, 4.7), QVL_Success);
     const double factor = calibration().curr_corr.k_high_curr[2];
@@ -200,23 +205,33 @@ TEST_F(Readings, ThreeCalibrationsMakeAResetInstrumentRight) {
     EXPECT_NE(right->data_3ph[0]->A.Voltage_rms, right->data_3ph[0]->A.Voltage_f);
 }
 
-TEST_F(Readings, AnAutomaticTestLowersItsVoltageOrLeavesAHalfOut) {
-    parameters_.test_mode = QVL_TestMode_VR_Auto;
+TEST_F(Readings, AnAutomaticTestReportsBothDirectionsLowersItsVoltageOrLeavesAHalfOut) {
+    parameters_.phasing = 5;
+    const std::string lossless = "[transformer]\nmagnetizing_inductance = 1e6\ncore_loss_resistance = 1e9\n";
     for (const auto& [ratio, up, down] : {
-             std::tuple{"50",   12.0, 47.0 },
-             {"1000", 1.5,  47.0 },
-             {"5000", 0.0,  47.0 },
-             {"0.01", 12.0, 11.75}
+             std::tuple{50.0,   12.0, 47.0 },
+             {1000.0, 1.5,  47.0 },
+             {5000.0, 0.0,  47.0 },
+             {0.01,   12.0, 11.75}
     }) {
         SCOPED_TRACE(ratio);
-        start_new(
-            std::string("[transformer]\nmagnetizing_inductance = 1e6\ncore_loss_resistance = 1e9\nturns_ratio = ") +
-            ratio + "\n");
+        start_new(lossless + "turns_ratio = " + std::to_string(ratio));
         const Record record = measured();
+        EXPECT_STREQ(record->label.test_id, "T");
+        EXPECT_EQ(record->label.phasing, 11);
         const QVL_TestData_3ph& test = *record->data_3ph[0];
+        EXPECT_EQ(test.test_type, QVL_TestType_3ph_Auto);
+        EXPECT_EQ(test.test_mode, QVL_TestMode_VR_Down);
+        EXPECT_EQ(test.measured_phase, 100);
         EXPECT_EQ(test.up ? test.up->voltage : 0.0, up);
-        EXPECT_EQ(test.down ? test.down->voltage : 0.0, down);
-        EXPECT_NEAR(test.A.Ratio / std::stod(ratio), 1.0, 0.01);
+        EXPECT_EQ(test.up ? test.up->test_mode : QVL_TestMode_VR_Up, QVL_TestMode_VR_Up);
+        EXPECT_NEAR(test.up ? test.up->A.Ratio / ratio : 1.0, 1.0, 1e-4);
+        EXPECT_EQ(test.down->voltage, down);
+        EXPECT_EQ(test.down->A.Ratio, test.A.Ratio);
+        EXPECT_NEAR(test.A.Ratio / ratio, 1.0, 3e-4);
+        EXPECT_NEAR(test.A.Ratio_Error, (test.A.Ratio / 50.2 - 1.0) * 100.0, 1e-9 * test.A.Ratio);
+        EXPECT_NEAR(test.A.phase_deviation_from_phasing, 0.0, 2e-3);
+        EXPECT_NEAR(std::abs(test.A.phase_deviation_from_user_phasing), std::numbers::pi, 2e-3);
     }
 }
 
@@ -230,7 +245,7 @@ TEST_F(Readings, TwoConsolesShareTheCalibration) {
     other.calibrate_zero(nullptr);
     EXPECT_EQ(other.calibration().volt_corr_rms[2], factor);
     EXPECT_EQ(QVL_GetStatus(&status_), QVL_Success);
-    EXPECT_TRUE(same(other.calibration(), calibration()));
+    EXPECT_TRUE(bytes_of(other.calibration()) == bytes_of(calibration()));
 }
 
 }  // namespace

