@@ -57,16 +57,17 @@ TEST_F(Maintenance, RecordsAreListedInSixOrders) {
 }
 
 TEST_F(Maintenance, WhatIsDeletedStaysDeletedAndTheSelfTestRecordComesBackWhenItIsAskedFor) {
-    EXPECT_EQ(attach("CT-7-S1", file("x")), QVL_Success);
-    EXPECT_EQ(QVL_DeleteRecord("CT-7-S1"), QVL_Success);
+    EXPECT_EQ(attach("TR-0815-B", file("x")), QVL_Success);
+    EXPECT_EQ(QVL_DeleteRecord("TR-0815-B"), QVL_Success);
     restart();
-    read("CT-7-S1", code::no_such_record);
-    EXPECT_EQ(QVL_DeleteRecord("CT-7-S1"), code::no_such_record);
-    // A new record of the same ID does not inherit the attachment.
-    ASSERT_EQ(test("CT-7-S1", QVL_DB_NewRecord), QVL_Success);
-    EXPECT_EQ(QVL_DeleteAttachement("CT-7-S1", "photo.png"), code::no_such_attachment);
+    read("TR-0815-B", code::no_such_record);
+    EXPECT_EQ(QVL_DeleteRecord("TR-0815-B"), code::no_such_record);
+    // A new record of the same ID inherits neither tests nor the attachment.
+    ASSERT_EQ(test("TR-0815-B", QVL_DB_NewRecord), QVL_Success);
+    EXPECT_EQ(read("TR-0815-B")->test_count, 1u);
+    EXPECT_EQ(QVL_DeleteAttachement("TR-0815-B", "photo.png"), code::no_such_attachment);
     redescribe("[instrument]\ncard_read_only = true");
-    EXPECT_EQ(QVL_DeleteRecord("CT-7-S1"), code::card_read_only);
+    EXPECT_EQ(QVL_DeleteRecord("TR-0815-B"), code::card_read_only);
     EXPECT_EQ(QVL_ClearTestDatabase(), code::card_read_only);
     redescribe("");
     EXPECT_EQ(QVL_ClearTestDatabase(), QVL_Success);

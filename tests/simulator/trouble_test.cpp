@@ -29,14 +29,19 @@ class Trouble : public DeviceApi {
         return status_.database_loaded;
     }
 
-    // Tests of one record until the process is killed at that moment. How many it saw finished.
+    // Tests of one record until the process is killed; a byte for each that it saw finished.
+    void run_series(const char* id, int finished) {
+        if (start() != QVL_Success) _exit(1);
+        for (auto action = QVL_DB_NewRecord;; action = QVL_DB_Append)
+            if (test(id, action) != QVL_Success || write(finished, "f", 1) != 1) _exit(2);
+    }
+
+    // Kills a series at that moment and tells how many tests it saw finished.
     int finished_before_kill(const char* id, std::chrono::microseconds moment, bool once_under_way) {
         int ends[2], finished = 0, status = 0;
         EXPECT_EQ(pipe(ends), 0);
         const pid_t child = fork();
-        if (child == 0 && start() != QVL_Success) _exit(1);
-        for (auto action = QVL_DB_NewRecord; child == 0; action = QVL_DB_Append)  // NOLINT(*-for-loop-analysis)
-            if (test(id, action) != QVL_Success || write(ends[1], "f", 1) != 1) _exit(2);
+        if (child == 0) run_series(id, ends[1]);
         close(ends[1]);
         char byte = 0;
         if (once_under_way && ::read(ends[0], &byte, 1) == 1) ++finished;
