@@ -41,17 +41,6 @@ TEST(InputInt, ReadsNumbersAndAsksAgain) {
     }
 }
 
-TEST(InputLine, TakesOneLineWhateverWasReadBefore) {
-    Console console("1\n\n two words \n2 rest\nlast");
-    EXPECT_EQ(input_int(), 1);
-    EXPECT_EQ(input_line(), "");
-    EXPECT_EQ(input_line(), " two words ");
-    EXPECT_EQ(input_int(), 2);
-    EXPECT_EQ(input_line(), "rest");
-    EXPECT_EQ(input_line(), "last");
-    EXPECT_EQ(input_line(), "");
-}
-
 TEST(InputInt, WaitsQuietlyForASignalAtTheEndOfInput) {
     for (const char* typed : {"", "word", "word\n"}) {
         const auto wait = [typed] {

@@ -24,20 +24,14 @@ std::string setting(const Session& session, const std::string& name, const std::
     return found == session.settings.end() ? otherwise : found->second;
 }
 
-fs::path find_instrument(const std::string& name) {
-    if (name.empty()) return {};
-    fs::path file = fs::path(SOURCE_FOLDER "/simulator/instruments") / name;
-    if (fs::exists(file)) return file;
-    throw std::runtime_error("no instrument description " + name);
-}
-
 ConsoleSetup set_up(const Session& session, const fs::path& folder) {
     if (const std::string name = setting(session, "file-in-the-way"); !name.empty()) {
         fs::create_directories(home_in(folder));
         write_file(home_in(folder) / name, "");
     }
+    const std::string instrument = setting(session, "instrument");
     return {folder,
-            find_instrument(setting(session, "instrument")),
+            instrument.empty() ? "" : SOURCE_FOLDER "/simulator/instruments/" + instrument,
             setting(session, "arguments"),
             setting(session, "time-scale", "0"),
             setting(session, "preload"),

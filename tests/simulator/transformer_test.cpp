@@ -403,21 +403,5 @@ TEST(SinglePhase, ConnectionsThatMeasureNothingAreRefused) {
         EXPECT_EQ(code_of([group = group, leads = leads] { measured_1ph(group, leads); }), code);
 }
 
-TEST(Channel, CalibrationTakesTheBoardsErrorsOutOfAReading) {
-    ChannelData data;
-    data.noise = data.noise_floor = 0.0;
-    const Coefficients board = board_coefficients(data, 7), none;
-    Noise noise(1);
-    Channel calibrated(data, board, board, noise), uncalibrated(data, board, none, noise);
-    for (const double volts : {0.002, 0.9, 47.0, 1360.0}) {
-        EXPECT_NEAR(std::abs(calibrated.low_voltage(1, sine(volts)).value), volts, volts * 1e-12);
-        EXPECT_NEAR(std::abs(calibrated.high_voltage(2, sine(volts)).value), volts, volts * 1e-12);
-        EXPECT_GT(std::abs(uncalibrated.high_voltage(2, sine(volts)).value - volts), volts * 1e-6);
-    }
-    EXPECT_NEAR(std::abs(uncalibrated.low_voltage(0, sine(0.0)).value), std::abs(board.shift_low[0][3]), 1e-12);
-    EXPECT_EQ(calibrated.high_voltage(0, sine(1360.0)).divider, 400.0);
-    EXPECT_EQ(calibrated.low_voltage(0, sine(0.002)).gain_2, 100.0);
-}
-
 }  // namespace
 }  // namespace simulator
