@@ -15,7 +15,8 @@ constexpr bool C_Emulated = sizeof EMULATOR > 1;
 constexpr int C_Runs = C_Emulated ? 20 : 120;
 constexpr int C_Kills = C_Emulated ? 4 : 12;
 constexpr milliseconds C_Moment{C_Emulated ? 300 : 30};  // an emulator takes its time
-constexpr int C_Patience = 20;                           // interrupts, each when nothing has happened for a moment
+constexpr std::chrono::seconds C_TimeToEnd{C_Emulated ? 9 : 2};
+constexpr int C_Patience = 20;  // interrupts, each when nothing has happened for a moment
 
 // RAW data, a series, the report of its record, a calibration, the error log, the end of the program.
 constexpr char C_Keys[] = "6\n1\n1\n2\n1\n1\n3\n11\n24x9\n\nT1\n4\n2\nT1\n0\n3\n1\n\n0\n70\n0\n";
@@ -43,9 +44,11 @@ TEST(Interrupts, EndTheProgramWithItsOwnStatusAtAnyMoment) {
             }
             if (!process.output_ended()) process.send_signal(SIGINT);
         }
+        const auto last_signal = std::chrono::steady_clock::now();
         const std::string status = process.exit_status();
         const bool by_signal = process.output().find(" second signal - terminate immediately\n") != std::string::npos;
         ASSERT_TRUE(by_signal ? status == "2" || status == "15" : status == "0") << status << '\n' << process.output();
+        EXPECT_LT(std::chrono::steady_clock::now() - last_signal, C_TimeToEnd);
         terminated += by_signal;
     }
     EXPECT_GT(terminated, C_Runs / 5);

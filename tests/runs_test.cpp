@@ -103,6 +103,10 @@ void ToldRuns::tell_records() {
         return QVL_Success_44;
     });
     api.Test_3ph.answers({QVL_Success});  // and no record
+    api.FreeTestRecord.answers([](const QVL_Test_Record*) {
+        std::cout << "given back\n";
+        return QVL_Success;
+    });
     tell(expected, Three_Phase, three_phase("1\n", "5x4", ""));
     for (const QVL_ResultCode result : {QVL_Success, QVL_Success_44, static_cast<QVL_ResultCode>(12)})
         api.CheckRecordExists.answers([result](const char*, bool& exists) {
