@@ -78,6 +78,10 @@ double angle_of_high_phase(const PhaseReadings& readings, const WindingPair& pai
     return std::arg(readings.high.value) - pair.high_lead * clock_step;
 }
 
+void require_terminals(const WindingPair& pair, const VectorGroup& group) {
+    if (!has_both(pair.high, group.high) || !has_both(pair.low, group.low)) throw Failure(code::signal_too_small);
+}
+
 int detect_clock(const Bench& bench, const Excitation& excitation) {
     Wiring wiring = three_phase_wiring(excitation, bench.source);
     wiring.input = Input{

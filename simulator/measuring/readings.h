@@ -34,6 +34,9 @@ struct PhaseReadings {
 using ThreePairs = std::array<WindingPair, 3>;
 using ThreeReadings = std::array<PhaseReadings, 3>;
 
+// A lead on a terminal that the transformer does not have hangs in the air. Throws `signal_too_small`.
+void require_terminals(const WindingPair& pair, const VectorGroup& group);
+
 // The clock number that the transformer shows: three phases are excited, and the low side lags by so much.
 int detect_clock(const Bench& bench, const Excitation& excitation);
 

@@ -23,13 +23,8 @@ Leads leads_of(const QVL_Parameters_1ph& parameters) {
     return {*high, *low};
 }
 
-bool is_there(const Connection& connection, Winding winding) {
-    return connection.pair.to != neutral || has_neutral(winding);
-}
-
-// A lead on a terminal that the transformer does not have measures nothing.
-void require_terminals(const Leads& leads, const VectorGroup& group) {
-    if (!is_there(leads.high, group.high) || !is_there(leads.low, group.low)) throw Failure(code::signal_too_small);
+WindingPair pair_of(const Leads& leads) {
+    return {leads.high.pair, leads.low.pair, 0, 0};
 }
 
 struct Measured {
@@ -91,7 +86,7 @@ void check_single_phase(const QVL_Parameters_1ph& parameters, const Limits& limi
 
 void measure_single_phase(Bench& bench, const QVL_Parameters_1ph& parameters, OwnedRecord& record) {
     const Leads leads = leads_of(parameters);
-    require_terminals(leads, bench.transformer.group());
+    require_terminals(pair_of(leads), bench.transformer.group());
     const auto [excitation, readings] = measure_as_wanted(bench, parameters, leads);
 
     QVL_TestData_1ph& data = record.new_data_1ph();
@@ -101,8 +96,7 @@ void measure_single_phase(Bench& bench, const QVL_Parameters_1ph& parameters, Ow
     data.nameplate_ratio = parameters.nameplate_ratio;
     name_pair(leads, record, data.phase);
     const double polarity = is_reversed(readings) ? std::numbers::pi : 0.0;
-    fill_phase(bench, readings, {leads.high.pair, leads.low.pair, 0, 0}, {polarity, polarity}, data.nameplate_ratio,
-               data.phase);
+    fill_phase(bench, readings, pair_of(leads), {polarity, polarity}, data.nameplate_ratio, data.phase);
     if (data.phase.result != QVL_Success) throw Failure(data.phase.result);
     record.add_test(data);
     if (parameters.raw_data)

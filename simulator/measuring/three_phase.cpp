@@ -51,6 +51,7 @@ DirectionResult measure_direction(Bench& bench, const QVL_Parameters_3ph& parame
                                   OwnedRecord& record) {
     const int clock = detect_clock(bench, excitation);
     const ThreePairs pairs = winding_pairs(group_of(parameters, clock));
+    require_terminals(pairs[0], bench.transformer.group());
     const auto type = parameters.test_type;
     const auto readings = type == QVL_TestType_3ph_1_1
                               ? read_one_excited(bench, excitation, pairs)

@@ -35,6 +35,11 @@ constexpr bool has_neutral(Winding winding) {
     return winding == Winding::Yn || winding == Winding::Zn;
 }
 
+// A star point without a terminal is there: the line terminals tell where it lies.
+constexpr bool has_both(const TerminalPair& pair, Winding winding) {
+    return (pair.from != neutral && pair.to != neutral) || has_neutral(winding);
+}
+
 // Low-side phasors lag the high side by `clock` times 30 degrees.
 struct VectorGroup {
     Winding high = Winding::D;
