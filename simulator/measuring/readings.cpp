@@ -23,10 +23,6 @@ Reading read_voltage(Bench& bench, Side side, int input, const Waveform& volts) 
     return side == Side::high ? bench.channel.high_voltage(input, volts) : bench.channel.low_voltage(input, volts);
 }
 
-const TerminalPair& pair_on(Side side, const WindingPair& pair) {
-    return side == Side::high ? pair.high : pair.low;
-}
-
 // The wiring with the other side's input on the pair that is read.
 Wiring reading(Wiring wiring, Side excited, const WindingPair& pair) {
     wiring.input = Input{other(excited), pair_on(other(excited), pair)};
@@ -68,8 +64,39 @@ Signals signals_of(const Wiring& wiring, const CircuitState& state) {
     return signals;
 }
 
+// Takes one phase after the other and tells why some failed; throws when all did.
+template <class Measure>
+std::array<QVL_ResultCode, 3> phase_by_phase(Measure measure) {
+    std::array<QVL_ResultCode, 3> failures{};
+    std::optional<Failure> last_failure;
+    for (std::size_t phase = 0; phase < 3; ++phase) {
+        try {
+            measure(phase);
+        } catch (const Failure& failure) {
+            failures[phase] = failure.code();
+            last_failure = failure;
+        }
+    }
+    if (std::ranges::find(failures, QVL_Success) == failures.end()) throw Failure(*last_failure);
+    return failures;
+}
+
 Short short_of(Side side, const TerminalPair& terminals) {
     return {terminal_of(side, terminals.from), terminal_of(side, terminals.to)};
+}
+
+// What the three pairs read while one of them carries the voltage.
+std::array<double, 3> balance_row(Bench& bench, const Excitation& excitation, const std::array<TerminalPair, 3>& pairs,
+                                  std::size_t excited) {
+    Wiring wiring = pair_wiring(excitation, pairs[excited], bench.source);
+    std::array<double, 3> row{};
+    for (std::size_t read = 0; read < 3; ++read) {
+        wiring.input = Input{excitation.side, pairs[read]};
+        const CircuitState state = excite(bench, excitation, wiring);
+        const Waveform volts = voltage_across(excitation.side, pairs[read], state.voltage);
+        row[read] = std::abs(read_voltage(bench, excitation.side, static_cast<int>(read), volts).value);
+    }
+    return row;
 }
 
 }  // namespace
@@ -116,24 +143,14 @@ ThreeReadings read_three_excited(Bench& bench, const Excitation& excitation, con
 
 ThreeReadings read_one_excited(Bench& bench, const Excitation& excitation, const ThreePairs& pairs) {
     ThreeReadings readings{};
-    std::optional<Failure> last_failure;
-    int failed = 0;
-    for (std::size_t phase = 0; phase < 3; ++phase) {
+    const auto failures = phase_by_phase([&](std::size_t phase) {
         const WindingPair& pair = pairs[phase];
         const Wiring wiring = pair_wiring(excitation, pair_on(excitation.side, pair), bench.source);
-        try {
-            const CircuitState state = excite(bench, excitation, reading(wiring, excitation.side, pair));
-            readings[phase] =
-                read_phase(bench, excitation.side, pair, all_through(0), state, signals_of(wiring, state));
-        } catch (const Failure& failure) {
-            readings[phase].failure = failure.code();
-            last_failure = failure;
-            ++failed;
-            continue;
-        }
+        const CircuitState state = excite(bench, excitation, reading(wiring, excitation.side, pair));
+        readings[phase] = read_phase(bench, excitation.side, pair, all_through(0), state, signals_of(wiring, state));
         turn(readings[phase], angle_of_high_phase(readings[phase], pair) + phase_delay * static_cast<int>(phase));
-    }
-    if (failed == 3) throw Failure(*last_failure);
+    });
+    for (std::size_t phase = 0; phase < 3; ++phase) readings[phase].failure = failures[phase];
     return readings;
 }
 
@@ -154,19 +171,13 @@ PhaseReadings read_single_phase(Bench& bench, const Excitation& excitation, cons
 
 void read_magnetic_balance(Bench& bench, const Excitation& excitation, const ThreePairs& pairs,
                            QVL_TestData_3ph& data) {
-    for (std::size_t excited = 0; excited < 3; ++excited) {
-        QVL_TestData_Phase& row = data.*phases_of_test[excited];
-        if (row.result == code::excitation_current_too_high) continue;
-        Wiring wiring = pair_wiring(excitation, pair_on(excitation.side, pairs[excited]), bench.source);
-        for (std::size_t read = 0; read < 3; ++read) {
-            const TerminalPair& pair = pair_on(excitation.side, pairs[read]);
-            wiring.input = Input{excitation.side, pair};
-            const CircuitState state = excite(bench, excitation, wiring);
-            const Waveform volts = voltage_across(excitation.side, pair, state.voltage);
-            row.mag_balance[read] = std::abs(read_voltage(bench, excitation.side, static_cast<int>(read), volts).value);
-            if (read != excited) row.mag_balance_total += row.mag_balance[read];
-        }
-    }
+    const auto balanced = balance_pairs(excitation.side, pairs);
+    phase_by_phase([&](std::size_t excited) {
+        const auto row = balance_row(bench, excitation, balanced, excited);
+        QVL_TestData_Phase& phase = data.*phases_of_test[excited];
+        std::ranges::copy(row, phase.mag_balance);
+        phase.mag_balance_total = row[0] + row[1] + row[2] - row[excited];
+    });
 }
 
 }  // namespace simulator

@@ -54,8 +54,8 @@ ThreeReadings read_one_excited(Bench& bench, const Excitation& excitation, const
 PhaseReadings read_single_phase(Bench& bench, const Excitation& excitation, const Connection& high,
                                 const Connection& low);
 
-// Magnetic balance: each phase of the excited side carries the voltage in turn, the flux shows on the others.
-// Fills the rows of `data`; that of a phase that could not be excited stays 0.
+// Magnetic balance: each pair of the excited side carries the voltage in turn, the flux shows on the others.
+// Fills the rows of `data`; that of a pair that could not be excited stays 0. Throws only when none can.
 void read_magnetic_balance(Bench& bench, const Excitation& excitation, const ThreePairs& pairs, QVL_TestData_3ph& data);
 
 // The angle of the high side's phase voltage.

@@ -121,18 +121,30 @@ void fill_sequences(Side measured, QVL_TestData_3ph& data) {
     data.Phase_3PH = folded(data.Positive_Phase_Hi - data.Positive_Phase_Lo);
 }
 
-double magnetic_imbalance(const QVL_TestData_3ph& data, Winding excited) {
+double magnetic_imbalance(const QVL_TestData_3ph& data, bool one_limb_each) {
+    const auto voltage = [&](std::size_t row, std::size_t column) {
+        return (data.*phases_of_test[row]).mag_balance[column];
+    };
+    const auto measured = [&](std::size_t row) { return voltage(row, row) != 0.0; };
     const auto reading = [&](std::size_t row, std::size_t column) {
-        const QVL_TestData_Phase& phase = data.*phases_of_test[row];
-        return phase.mag_balance[row] == 0.0 ? 0.0 : 100.0 * phase.mag_balance[column] / phase.mag_balance[row];
+        return 100.0 * voltage(row, column) / voltage(row, row);
     };
     constexpr std::size_t a = 0, b = 1, c = 2;
-    if (excited == Winding::D || excited == Winding::Yn)  // one limb for each pair
-        return std::max({std::abs(reading(a, b) - reading(c, b)), std::abs(reading(a, c) - reading(c, a)),
-                         std::abs(reading(b, a) - reading(b, c)), reading(a, c) - reading(a, b),
-                         reading(c, a) - reading(c, b)});
-    return std::max({std::abs(reading(a, b) + reading(a, c) - 100.0), std::abs(reading(b, a) + reading(b, c) - 100.0),
-                     std::abs(reading(c, a) + reading(c, b) - 100.0)});
+    double imbalance = 0.0;
+    const auto count = [&](double deviation) { imbalance = std::max(imbalance, deviation); };
+    if (!one_limb_each) {
+        for (const std::size_t row : {a, b, c})
+            if (measured(row)) count(std::abs(reading(row, a) + reading(row, b) + reading(row, c) - 200.0));
+        return imbalance;
+    }
+    if (measured(a)) count(reading(a, c) - reading(a, b));
+    if (measured(b)) count(std::abs(reading(b, a) - reading(b, c)));
+    if (measured(c)) count(reading(c, a) - reading(c, b));
+    if (measured(a) && measured(c)) {
+        count(std::abs(reading(a, b) - reading(c, b)));
+        count(std::abs(reading(a, c) - reading(c, a)));
+    }
+    return imbalance;
 }
 
 double largest_ratio_error(const QVL_TestData_3ph& data) {

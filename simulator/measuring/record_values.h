@@ -25,8 +25,9 @@ void fill_sequences(Side measured, QVL_TestData_3ph& data);
 // How far the readings of a magnetic balance are from those of three healthy limbs, in percent of the excited phase's
 // voltage. Where each pair lies on one limb: the outer phases read alike on the centre one and on each other, the
 // centre phase reads alike on both, and an outer phase reads no more on the far limb than on the centre one. Where a
-// pair joins two limbs, the two other pairs read the excited voltage together.
-double magnetic_imbalance(const QVL_TestData_3ph& data, Winding excited);
+// pair joins two limbs, the two other pairs read the excited voltage together. A row that was not measured counts
+// nowhere.
+double magnetic_imbalance(const QVL_TestData_3ph& data, bool one_limb_each);
 
 // In percent, without its sign.
 double largest_ratio_error(const QVL_TestData_3ph& data);

@@ -24,13 +24,14 @@ Phasing phasing_of(const QVL_Parameters_3ph& parameters, int clock) {
 
 void name_phases(const ThreePairs& pairs, OwnedRecord& record, QVL_TestData_3ph& data) {
     constexpr const char* names[] = {"A", "B", "C"};
+    const auto high_balance = balance_pairs(Side::high, pairs), low_balance = balance_pairs(Side::low, pairs);
     for (std::size_t i = 0; i < 3; ++i) {
         QVL_TestData_Phase& phase = data.*phases_of_test[i];
         phase.name = names[i];
         phase.hi_name = record.keep(pair_name(Side::high, pairs[i].high));
         phase.lo_name = record.keep(pair_name(Side::low, pairs[i].low));
-        phase.mag_name_down = phase.hi_name;
-        phase.mag_name_up = phase.lo_name;
+        phase.mag_name_down = record.keep(pair_name(Side::high, high_balance[i]));
+        phase.mag_name_up = record.keep(pair_name(Side::low, low_balance[i]));
     }
 }
 
@@ -77,8 +78,11 @@ DirectionResult measure_direction(Bench& bench, const QVL_Parameters_3ph& parame
             clock};
 }
 
-Winding excited_winding(const QVL_Parameters_3ph& parameters, const QVL_TestData_3ph& data) {
-    return winding_of(data.test_mode == QVL_TestMode_VR_Up ? parameters.winding_lo : parameters.winding_hi).value();
+double imbalance_of(const QVL_Parameters_3ph& parameters, const DirectionResult& result) {
+    const VectorGroup group = group_of(parameters, result.clock);
+    const Side excited = result.data->test_mode == QVL_TestMode_VR_Up ? Side::low : Side::high;
+    const TerminalPair pair = balance_pairs(excited, winding_pairs(group))[0];
+    return magnetic_imbalance(*result.data, lies_on_one_limb(pair, excited == Side::high ? group.high : group.low));
 }
 
 bool steps_down_well(const QVL_TestData_3ph& down) {
@@ -145,8 +149,7 @@ void measure_three_phase(Bench& bench, const QVL_Parameters_3ph& parameters, Own
     label.phase_shift = parameters.phase_shift;
     label.max_ratio_error = largest_ratio_error(*result.data);
     label.mag_balance = parameters.magnetic_balance ? 1 : 0;
-    label.max_mag_imbalance =
-        parameters.magnetic_balance ? magnetic_imbalance(*result.data, excited_winding(parameters, *result.data)) : 0.0;
+    label.max_mag_imbalance = parameters.magnetic_balance ? imbalance_of(parameters, result) : 0.0;
 }
 
 }  // namespace simulator

@@ -28,10 +28,6 @@ struct Arrangements {
 
 using Pairs = std::array<WindingPair, 3>;
 
-const TerminalPair& pair_on(Side side, const WindingPair& pair) {
-    return side == Side::high ? pair.high : pair.low;
-}
-
 // A winding from a line terminal to another one, or to the star point: the phase whose pair lies across it or, where
 // the pairs join two windings, begins there.
 int phase_of(Side side, const TerminalPair& winding, const Pairs& pairs) {

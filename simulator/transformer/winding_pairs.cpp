@@ -98,6 +98,21 @@ std::array<WindingPair, 3> winding_pairs(const VectorGroup& group) {
     return pairs;
 }
 
+std::array<TerminalPair, 3> balance_pairs(Side side, const std::array<WindingPair, 3>& pairs) {
+    std::array<TerminalPair, 3> balance{};
+    for (int phase = 0; phase < 3; ++phase) {
+        const TerminalPair& pair = pair_on(side, pairs[static_cast<std::size_t>(phase)]);
+        const bool without_terminal = pair.from == star_point || pair.to == star_point;
+        balance[static_cast<std::size_t>(phase)] = without_terminal ? TerminalPair{phase, (phase + 1) % 3} : pair;
+    }
+    return balance;
+}
+
+bool lies_on_one_limb(const TerminalPair& pair, Winding winding) {
+    const bool against_neutral = pair.from == neutral || pair.to == neutral;
+    return winding == Winding::D || (winding == Winding::Yn && against_neutral);
+}
+
 Waveform voltage_across(Side side, const TerminalPair& pair, const std::array<Waveform, terminal_count>& terminals) {
     return voltage_of(side, pair.from, terminals) - voltage_of(side, pair.to, terminals);
 }

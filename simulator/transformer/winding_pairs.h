@@ -19,6 +19,19 @@ struct WindingPair {
 // The pairs of phases A, B and C.
 std::array<WindingPair, 3> winding_pairs(const VectorGroup& group);
 
+// The pair on one side.
+inline const TerminalPair& pair_on(Side side, const WindingPair& pair) {
+    return side == Side::high ? pair.high : pair.low;
+}
+
+// The pairs of one side that a magnetic balance excites and reads: those of the ratio test. Against a star point
+// without a terminal two lines shorted together would divide the voltage whatever the limbs do, so lines are paired
+// instead.
+std::array<TerminalPair, 3> balance_pairs(Side side, const std::array<WindingPair, 3>& pairs);
+
+// Whether the pair of such a winding shows the voltage of one limb, or joins two limbs.
+bool lies_on_one_limb(const TerminalPair& pair, Winding winding);
+
 // The pair's voltage, out of the voltages of all terminals.
 Waveform voltage_across(Side side, const TerminalPair& pair, const std::array<Waveform, terminal_count>& terminals);
 

@@ -287,6 +287,19 @@ TEST(Transformer, MagneticBalanceFollowsTheLimbsAndAFaultyOneStandsOut) {
             faulty.shorted_turns = shorted({Side::low, phase}, 0.01, 0.5e-3);
             EXPECT_GT(measured(faulty, with_balance).record->label().max_mag_imbalance, 10.0) << group << phase;
         }
+    // A pair that takes too much current alone leaves its row out.
+    data = TransformerData();
+    data.group = {Winding::Yn, Winding::Yn, 0};
+    data.shorted_turns = ShortedTurns{
+        {Side::high, 1},
+        0.2, 1e-3
+    };
+    parameters = parameters_for(data.group);
+    parameters.magnetic_balance = true;
+    parameters.voltage = 75.0;
+    const auto faulty = measured(data, parameters);
+    EXPECT_THAT(faulty.test.B.mag_balance, testing::Each(0.0));
+    EXPECT_NEAR(faulty.test.A.mag_balance[0], 75.0, 0.01);
 }
 
 TEST(Transformer, WindingsThatCannotMakeTheClockNumberAreRefused) {
