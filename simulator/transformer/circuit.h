@@ -7,7 +7,8 @@
 //     sum of N I over a limb's coils = (Y E) there + excess     of each limb, Y being the core's linear admittance
 //     sum of currents = 0                                       at each node
 //
-// N counts in high-side phase windings, so a high-side winding has one turn and E is what it shows at no load.
+// N counts in high-side phase windings in the tap changer's middle position, so there a high-side winding has one turn
+// and E is what it shows at no load.
 #pragma once
 
 #include "simulator/transformer/coils.h"

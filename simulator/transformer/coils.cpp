@@ -68,19 +68,19 @@ void add_side(const SideData& data, const Arrangement& arrangement, const Pairs&
     }
 }
 
-Coils wind_healthy(const TransformerData& data, const Arrangements& arrangements,
-                   const std::array<double, 3>& low_turns) {
+// Of each phase's winding, in a zigzag winding of each of its halves.
+struct Turns {
+    std::array<double, 3> high{1.0, 1.0, 1.0}, low{1.0, 1.0, 1.0};
+};
+
+Coils wind_healthy(const TransformerData& data, const Arrangements& arrangements, const Turns& turns) {
     const Pairs pairs = winding_pairs(data.group);
     const auto [high_resistance, low_resistance] = data.winding_resistance;
     const auto [high_inductance, low_inductance] = data.leakage_inductance;
     Coils wound;
-    add_side(
-        {
-            Side::high, data.group.high, {1.0, 1.0, 1.0},
-              high_resistance, high_inductance
-    },
-        arrangements.high, pairs, wound);
-    add_side({Side::low, data.group.low, low_turns, low_resistance, low_inductance}, arrangements.low, pairs, wound);
+    add_side({Side::high, data.group.high, turns.high, high_resistance, high_inductance}, arrangements.high, pairs,
+             wound);
+    add_side({Side::low, data.group.low, turns.low, low_resistance, low_inductance}, arrangements.low, pairs, wound);
     return wound;
 }
 
@@ -126,15 +126,15 @@ Arrangements find_arrangements(const TransformerData& data) {
                         {0,     false,    high_step},
                         {shift, reversed, low_step }
                     };
-                    if (has_clock_number(wind_healthy(data, tried, {1.0, 1.0, 1.0}), data.group.clock)) return tried;
+                    if (has_clock_number(wind_healthy(data, tried, {}), data.group.clock)) return tried;
                 }
     const bool even = data.group.clock % 2 == 0;
     throw std::invalid_argument(std::string("such windings make ") + (even ? "odd" : "even") + " clock numbers only");
 }
 
-// The low-side turns that give every pair its ratio.
+// The low-side turns that give every pair its ratio in the tap changer's middle position.
 std::array<double, 3> low_side_turns(const TransformerData& data, const Arrangements& arrangements) {
-    const auto terminals = no_load_voltages(wind_healthy(data, arrangements, {1.0, 1.0, 1.0}));
+    const auto terminals = no_load_voltages(wind_healthy(data, arrangements, {}));
     const WindingPair pair = winding_pairs(data.group)[0];
     const double high = voltage_across(Side::high, pair.high, terminals).rms();
     const double low = voltage_across(Side::low, pair.low, terminals).rms();
@@ -143,44 +143,54 @@ std::array<double, 3> low_side_turns(const TransformerData& data, const Arrangem
     return turns;
 }
 
-// Splits the coil where its contact begins: the bridged turns are a coil of their own behind the rest. Resistance and
-// leakage go with the turns.
-void bridge_turns(const ShortedTurns& shorted, std::size_t index, Coils& wound) {
-    const int contact = wound.node_count++;
+// The coil's part from its end on, with that share of its turns, resistance and leakage, becomes a coil of its own.
+// Returns the node between.
+int split(std::size_t index, double share, Coils& wound) {
+    const int between = wound.node_count++;
     Coil& rest = wound.coils[index];
-    Coil bridged = rest;
-    const auto share = [](Coil& coil, double fraction) {
-        coil.turns *= fraction;
-        coil.resistance *= fraction;
-        coil.inductance *= fraction;
+    Coil end = rest;
+    const auto keep = [](Coil& coil, double part) {
+        coil.turns *= part;
+        coil.resistance *= part;
+        coil.inductance *= part;
     };
-    share(bridged, shorted.fraction);
-    share(rest, 1.0 - shorted.fraction);
-    bridged.from = rest.to = contact;
-    wound.contacts.push_back({contact, bridged.to, shorted.resistance});
-    wound.coils.push_back(bridged);
+    keep(end, share);
+    keep(rest, 1.0 - share);
+    end.from = rest.to = between;
+    wound.coils.push_back(end);
+    return between;
+}
+
+// One contact bridges the turns at the winding's end, in a zigzag winding those of its second half first. Takes the
+// winding's coils in their order.
+void bridge_turns(const ShortedTurns& shorted, const std::vector<std::size_t>& winding, Coils& wound) {
+    const int end = wound.coils[winding.back()].to;
+    const double bridged = shorted.fraction * static_cast<double>(winding.size());  // in coils
+    const double whole = std::floor(bridged);
+    const std::size_t first = winding[winding.size() - 1 - static_cast<std::size_t>(whole)];
+    const int begin = bridged > whole ? split(first, bridged - whole, wound) : wound.coils[first].to;
+    wound.contacts.push_back({begin, end, shorted.resistance});
 }
 
 void add_faults(const TransformerData& data, Coils& wound) {
-    const std::size_t healthy = wound.coils.size();
-    for (std::size_t i = 0; i < healthy; ++i) {
+    std::vector<std::size_t> shorted;
+    for (std::size_t i = 0; i < wound.coils.size(); ++i) {
         Coil& coil = wound.coils[i];
         const auto hits = [&coil](const auto& fault) {
             return fault && fault->side == coil.side && fault->phase == coil.phase;
         };
-        if (data.wrong_tap && coil.side == Side::high && coil.phase == data.wrong_tap->phase)
-            coil.turns *= turns_off_tap(data.tap_changer, data.wrong_tap->steps);
         if (hits(data.open_winding)) coil.open = true;
         if (hits(data.reversed_winding)) coil.turns = -coil.turns;
-        if (hits(data.shorted_turns)) bridge_turns(*data.shorted_turns, i, wound);
+        if (hits(data.shorted_turns)) shorted.push_back(i);
     }
+    if (data.shorted_turns) bridge_turns(*data.shorted_turns, shorted, wound);
 }
 
 }  // namespace
 
 Coils wind(const TransformerData& data) {
     const Arrangements arrangements = find_arrangements(data);
-    Coils wound = wind_healthy(data, arrangements, low_side_turns(data, arrangements));
+    Coils wound = wind_healthy(data, arrangements, {high_side_turns(data), low_side_turns(data, arrangements)});
     add_faults(data, wound);
     return wound;
 }

@@ -13,7 +13,7 @@ struct Coil {
     int phase;     // whose winding it belongs to
     int from, to;  // nodes of the circuit: the terminals, then inner ones
     int limb;
-    double turns;  // the high side's phase winding has one
+    double turns;  // the high side's phase winding has one in the middle position of its taps
     double resistance, inductance;
     bool open = false;
 };

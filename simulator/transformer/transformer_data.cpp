@@ -15,14 +15,18 @@ bool leaves_turns(const TapChanger& taps, int position) {
     return turns_at(taps, position) >= fewest;
 }
 
-double turns_off_tap(const TapChanger& taps, int steps) {
-    return turns_at(taps, taps.position + steps) / turns_at(taps, taps.position);
-}
-
 TransformerData at_tap(TransformerData data, int position) {
-    for (double& ratio : data.turns_ratio) ratio *= turns_at(data.tap_changer, position);
     data.tap_changer.position = position;
     return data;
+}
+
+std::array<double, 3> high_side_turns(const TransformerData& data) {
+    const TapChanger& taps = data.tap_changer;
+    std::array<double, 3> turns{};
+    turns.fill(turns_at(taps, taps.position));
+    if (const auto& wrong = data.wrong_tap)
+        turns[static_cast<std::size_t>(wrong->phase)] = turns_at(taps, taps.position + wrong->steps);
+    return turns;
 }
 
 }  // namespace simulator

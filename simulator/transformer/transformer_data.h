@@ -26,10 +26,10 @@ struct ShortedTurns : WindingFault {
     bool operator==(const ShortedTurns&) const = default;
 };
 
-// Sits on the high-side windings; its middle position is 0. Each step up adds to the turns ratio.
+// Sits on the high-side windings; its middle position is 0. Each step up adds turns.
 struct TapChanger {
     int lowest = -2, highest = 2;
-    double step = 2.5;  // percent of the turns ratio in the middle position
+    double step = 2.5;  // percent of the turns in the middle position
     int position = 0;
 
     bool operator==(const TapChanger&) const = default;
@@ -37,9 +37,6 @@ struct TapChanger {
 
 // Whether a winding on that position keeps a tenth of its turns.
 bool leaves_turns(const TapChanger& taps, int position);
-
-// The turns of a winding that is so many steps off the tap changer's position, relative to those in that position.
-double turns_off_tap(const TapChanger& taps, int steps);
 
 // One phase's winding hangs on another tap than those of the two others.
 struct WrongTap {
@@ -54,7 +51,7 @@ struct WrongTap {
 struct TransformerData {
     std::string name;
     VectorGroup group;
-    std::array<double, 3> turns_ratio{50.0, 50.0, 50.0};     // of the windings that a ratio test compares
+    std::array<double, 3> turns_ratio{50.0, 50.0, 50.0};     // of the windings that a ratio test compares; middle tap
     std::array<double, 2> winding_resistance{2.4, 0.95e-3};  // ohms, high and low
     std::array<double, 2> leakage_inductance{45e-3, 18e-6};  // henries, high and low
     double core_loss_resistance = 480e3;                     // ohms
@@ -78,5 +75,8 @@ struct TransformerData {
 
 // The transformer with its tap changer in that position.
 TransformerData at_tap(TransformerData data, int position);
+
+// The turns of the high-side windings on their taps, by phase, relative to those in the middle position.
+std::array<double, 3> high_side_turns(const TransformerData& data);
 
 }  // namespace simulator

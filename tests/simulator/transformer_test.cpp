@@ -238,6 +238,13 @@ TEST(Transformer, AWrongTapShowsInItsPhaseAlone) {
         EXPECT_NEAR(test.C.Ratio_Error, 2.5 * (position + 2), 1e-4);
         EXPECT_EQ(record->label().max_ratio_error, std::max(std::abs(test.A.Ratio_Error), test.C.Ratio_Error));
     }
+    // Stepping up, the low side magnetises the same iron whatever the tap.
+    const TransformerData data = ideal("Dyn11");
+    QVL_Parameters_3ph parameters = parameters_for(data.group);
+    parameters.test_mode = QVL_TestMode_VR_Up;
+    parameters.voltage = 10.0;
+    const double current = measured(data, parameters).test.B.Current_f;
+    EXPECT_NEAR(measured(at_tap(data, 2), parameters).test.B.Current_f, current, 1e-3 * current);
 }
 
 // The currents are those of an integration of the same cores step by step through time: the flux of each against its
