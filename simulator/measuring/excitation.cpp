@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <numbers>
+#include <utility>
 
 namespace simulator {
 namespace {
@@ -16,52 +17,56 @@ double highest_current(const Wiring& wiring, const CircuitState& state) {
     return highest;
 }
 
-Wiring at_share(Wiring wiring, double share) {
-    for (Source& source : wiring.sources) source.voltage *= share;
-    return wiring;
-}
-
-// Where the voltage, raised from nothing, ends because the source gives no more current.
-struct Ramp {
-    double share;  // of the wanted voltage
-    double current;
-    CircuitState state;
+// The transformer at a share of the wanted voltage.
+struct Attempt {
+    double share;
+    std::optional<CircuitState> state;  // none where the iron's state is not found
+    double current;                     // the highest of all leads
+    bool driven;                        // within what the source gives
 };
 
-// The last state of a ramp that ends before the wanted voltage.
-Ramp ramp(const Bench& bench, const Excitation& excitation, const Wiring& wiring) {
-    constexpr int halvings = 16;
-    std::optional<Ramp> last;
-    double low = 0.0, high = 1.0;
-    for (int i = 0; i < halvings; ++i) {
-        const double share = (low + high) / 2.0;
-        auto state = bench.transformer.excite(at_share(wiring, share), excitation.frequency);
-        const double current = state ? highest_current(wiring, *state) : 0.0;
-        if (!state || current > bench.source.current_limit) {
-            high = share;
-            continue;
-        }
-        low = share;
-        last = Ramp{share, current, *std::move(state)};
-    }
-    if (!last) throw Failure(code::no_steady_state);
-    return *std::move(last);
-}
-
-// The state at the wanted voltage, if the source can drive it.
-std::optional<CircuitState> driven(const Bench& bench, const Excitation& excitation, const Wiring& wiring) {
+Attempt attempt(const Bench& bench, const Excitation& excitation, Wiring wiring, double share) {
+    for (Source& source : wiring.sources) source.voltage *= share;
     auto state = bench.transformer.excite(wiring, excitation.frequency);
-    if (state && highest_current(wiring, *state) > bench.source.current_limit) return std::nullopt;
-    return state;
+    const double current = state ? highest_current(wiring, *state) : 0.0;
+    const bool driven = state && current <= bench.source.current_limit;
+    return {share, std::move(state), current, driven};
 }
 
-// A ramp that ends below the current limit ended because the iron's state could not be found.
-Failure failure_of(const Bench& bench, const Excitation& excitation, const Ramp& reached) {
-    constexpr double nearly = 0.9;
-    if (reached.current < nearly * bench.source.current_limit) return Failure(code::no_steady_state);
+// Where the voltage, raised from nothing, ends.
+struct Ramp {
+    std::optional<Attempt> reached;  // nothing where the least voltage is too much already
+    bool iron_is_lost;               // why it does not go on: the iron's state is not found, or the current is too high
+};
+
+// Of a voltage that cannot be driven: halves it until it can be, then closes in on the end.
+Ramp ramp(const Bench& bench, const Excitation& excitation, const Wiring& wiring, Attempt refused) {
+    constexpr int most_halvings = 60, closing_steps = 14;
+    std::optional<Attempt> reached;
+    for (int i = 0; i < most_halvings && !reached; ++i) {
+        Attempt next = attempt(bench, excitation, wiring, refused.share / 2.0);
+        if (next.driven)
+            reached = std::move(next);
+        else
+            refused = std::move(next);
+    }
+    for (int i = 0; i < closing_steps && reached; ++i) {
+        Attempt next = attempt(bench, excitation, wiring, (reached->share + refused.share) / 2.0);
+        if (next.driven)
+            reached = std::move(next);
+        else
+            refused = std::move(next);
+    }
+    return {std::move(reached), !refused.state};
+}
+
+Failure failure_of(const Excitation& excitation, const Ramp& ended) {
+    if (ended.iron_is_lost) return Failure(code::no_steady_state);
+    const double current = ended.reached ? ended.reached->current : 0.0;
+    const double share = ended.reached ? ended.reached->share : 0.0;
     char detail[80];
-    std::snprintf(detail, sizeof detail, "%.2f A were reached at %.2f V of %.2f V.", reached.current,
-                  reached.share * excitation.voltage, excitation.voltage);
+    std::snprintf(detail, sizeof detail, "%.2f A were reached at %.2f V of %.2f V.", current,
+                  share * excitation.voltage, excitation.voltage);
     return {code::excitation_current_too_high, detail};
 }
 
@@ -105,21 +110,24 @@ Wiring pair_wiring(const Excitation& excitation, const TerminalPair& pair, const
 }
 
 CircuitState excite(const Bench& bench, const Excitation& excitation, const Wiring& wiring) {
-    auto state = driven(bench, excitation, wiring);
-    if (!state) throw failure_of(bench, excitation, ramp(bench, excitation, wiring));
-    if (highest_line_voltage(other(excitation.side), *state) > bench.limits.induced_voltage)
+    Attempt wanted = attempt(bench, excitation, wiring, 1.0);
+    if (!wanted.driven) throw failure_of(excitation, ramp(bench, excitation, wiring, std::move(wanted)));
+    if (highest_line_voltage(other(excitation.side), *wanted.state) > bench.limits.induced_voltage)
         throw Failure(code::induced_voltage_too_high);
-    return *std::move(state);
+    return *std::move(wanted.state);
+}
+
+CircuitState excite_gently(const Bench& bench, const Excitation& excitation, const Wiring& wiring) {
+    Attempt wanted = attempt(bench, excitation, wiring, 1.0);
+    if (wanted.driven) return *std::move(wanted.state);
+    Ramp ended = ramp(bench, excitation, wiring, std::move(wanted));
+    if (!ended.reached) throw failure_of(excitation, ended);
+    return *std::move(ended.reached->state);
 }
 
 bool lower_voltage_may_do(const Failure& failure) {
     return failure.code() == code::excitation_current_too_high || failure.code() == code::induced_voltage_too_high ||
            failure.code() == code::no_steady_state;
-}
-
-CircuitState excite_gently(const Bench& bench, const Excitation& excitation, const Wiring& wiring) {
-    auto state = driven(bench, excitation, wiring);
-    return state ? *std::move(state) : ramp(bench, excitation, wiring).state;
 }
 
 double highest_line_voltage(Side side, const CircuitState& state) {

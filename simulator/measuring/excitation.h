@@ -5,6 +5,7 @@
 #include "simulator/records/result_codes.h"
 #include "simulator/transformer/winding_pairs.h"
 
+#include <algorithm>
 #include <optional>
 
 namespace simulator {
@@ -34,24 +35,26 @@ Wiring pair_wiring(const Excitation& excitation, const TerminalPair& pair, const
 // inputs and the operator can stand, and `no_steady_state` when the model finds none.
 CircuitState excite(const Bench& bench, const Excitation& excitation, const Wiring& wiring);
 
+// The same, with the voltage no higher than the source can drive. Throws only when not even the least voltage can be
+// driven.
+CircuitState excite_gently(const Bench& bench, const Excitation& excitation, const Wiring& wiring);
+
 // Whether it failed because voltage or current became too high.
 bool lower_voltage_may_do(const Failure& failure);
 
-// The same, with the voltage no higher than the source can drive. Throws `no_steady_state`.
-CircuitState excite_gently(const Bench& bench, const Excitation& excitation, const Wiring& wiring);
-
-// Measures, and again with half of the voltage as long as a lower one may do. Nothing, and the last failure, when even
-// the lowest voltage does not serve.
+// Measures, and again with half of the voltage as long as a lower one may do, down to the least voltage of the
+// instrument. Nothing, and the last failure, when even that does not serve.
 template <class Measure>
 auto at_voltage_or_lower(Excitation excitation, const Limits& limits, std::optional<Failure>& failure, Measure measure)
     -> std::optional<decltype(measure(excitation))> {
-    for (; excitation.voltage >= limits.voltage_min; excitation.voltage /= 2.0) {
+    while (excitation.voltage >= limits.voltage_min) {
         try {
             return measure(excitation);
         } catch (const Failure& refused) {
             failure = refused;
-            if (!lower_voltage_may_do(refused)) break;
+            if (!lower_voltage_may_do(refused) || excitation.voltage == limits.voltage_min) break;
         }
+        excitation.voltage = std::max(excitation.voltage / 2.0, limits.voltage_min);
     }
     return std::nullopt;
 }

@@ -37,10 +37,10 @@ using ThreeReadings = std::array<PhaseReadings, 3>;
 // A lead on a terminal that the transformer does not have hangs in the air. Throws `signal_too_small`.
 void require_terminals(const WindingPair& pair, const VectorGroup& group);
 
+// All that follow throw what `excite` throws.
+
 // The clock number that the transformer shows: three phases are excited, and the low side lags by so much.
 int detect_clock(const Bench& bench, const Excitation& excitation);
-
-// All of these throw what `excite` throws.
 
 // All phases excited together. `one_input`: phase after phase is read through the same input.
 ThreeReadings read_three_excited(Bench& bench, const Excitation& excitation, const ThreePairs& pairs, bool one_input);
