@@ -6,6 +6,7 @@
 #include "api/qvl_utils.h"
 
 #include <algorithm>
+#include <charconv>
 #include <ctime>
 #include <iostream>
 
@@ -72,10 +73,18 @@ std::unique_ptr<Store> open_store(const std::string& folder) {
     return nullptr;
 }
 
+// With six decimals, as the boards that are stored already are named, or with as many as it takes.
+std::string name_of(double tolerance) {
+    const std::string six_decimals = std::to_string(tolerance);
+    if (std::stod(six_decimals) == tolerance) return six_decimals;
+    char digits[32];
+    return {digits, std::to_chars(digits, digits + sizeof digits, tolerance).ptr};
+}
+
 // What the board's memory is kept under: another seed or other tolerances are another board.
 std::string name_of_board(const Description& description) {
-    return std::to_string(description.seed) + "/" + std::to_string(description.channel.offset) + "/" +
-           std::to_string(description.channel.gain_error);
+    return std::to_string(description.seed) + "/" + name_of(description.channel.offset) + "/" +
+           name_of(description.channel.gain_error);
 }
 
 }  // namespace
@@ -112,6 +121,13 @@ void Device::use(Description description) {
 
 void Device::read_state() {
     turn_transformer_to(stored_tap());
+    remember_board();
+}
+
+// They may have moved the tap changer and calibrated the board.
+void Device::follow_other_consoles() {
+    const int tap = stored_tap();
+    if (tap != tap_) turn_transformer_to(tap);
     remember_board();
 }
 
@@ -200,7 +216,7 @@ void Device::wait(double seconds, int steps, const QVL_ProgressCallback* progres
 void Device::refresh() {
     raw_table_.begin();
     try {
-        remember_board();  // another console may have calibrated it
+        follow_other_consoles();
     } catch (const DatabaseError&) {
         // What was read before serves.
     }

@@ -67,8 +67,8 @@ class Device {
     // Reports what makes the database unusable on standard error. It is not loaded from then on.
     void unload_database(const std::string& reason);
 
-    // Before the status is told, as the main menu does between two runs: reads the description again when its file has
-    // changed, and begins a new table of RAW data.
+    // Before the status is told, as the main menu does between two runs: takes over what other consoles have changed,
+    // reads the description again when its file has changed, and begins a new table of RAW data.
     void refresh();
 
     // Status, settings and files: device.cpp
@@ -117,9 +117,11 @@ class Device {
 
     void use(Description description);
     void read_state();
+    void follow_other_consoles();
     void remember_board();
     void turn_transformer_to(int tap);
     int stored_tap();
+    int next_tap(QVL_TCDirection direction);
     void require_board() const;
     Store& store();
     Store& loaded_database();

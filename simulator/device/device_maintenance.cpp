@@ -125,12 +125,19 @@ void Device::factory_reset(const QVL_MeasurementBoardInfo& identity, const QVL_P
               text_of(identity.pcba_revision) + ", serial " + text_of(identity.pcba_serial));
 }
 
+// Counted from where the tap changer is: another console may have moved it.
+int Device::next_tap(QVL_TCDirection direction) {
+    const TapChanger& taps = description_.transformer.tap_changer;
+    const int next = stored_tap() + (direction == QVL_TC_Up ? 1 : -1);
+    if (next < taps.lowest || next > taps.highest) throw Failure(code::tap_changer_at_end);
+    return next;
+}
+
 void Device::move_tap_changer(QVL_TCDirection direction) {
     if (direction != QVL_TC_Up && direction != QVL_TC_Down) throw Failure(code::bad_parameter);
-    const TapChanger& taps = description_.transformer.tap_changer;
-    const int next = tap_ + (direction == QVL_TC_Up ? 1 : -1);
-    if (next < taps.lowest || next > taps.highest) throw Failure(code::tap_changer_at_end);
+    next_tap(direction);
     wait(description_.durations.tap_changer, 1, nullptr);
+    const int next = next_tap(direction);
     store().set_settings({
         {tap_setting, next}
     });
