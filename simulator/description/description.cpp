@@ -29,12 +29,10 @@ void read_instrument(TableReader& table, InstrumentData& instrument) {
     table.read("hardware_version", instrument.hardware_version, longest_device_text);
     table.read("software_version", instrument.software_version, longest_device_text);
     if (!may_be_in_file_name(instrument.software_version))
-        table.refuse("software_version", "is part of file names: letters, digits, dots, dashes and underscores, not "
-                                         "beginning with a dot");
+        table.refuse("software_version", "is part of file names: letters, digits, dots, dashes, underscores and "
+                                         "blanks, not beginning with a dot");
     table.read("atmega_version", instrument.atmega_version, longest_device_text);
-    table.read("model", instrument.model, {0, 99});
-    if (instrument.model % 10 != 0 || instrument.model < 10 || instrument.model > 50)
-        table.refuse("model", "must be 10, 20, 30, 40 or 50");
+    table.read_choice("model", instrument.model, {10, 20, 30, 40, 50});
     table.read("step_up_voltage", instrument.step_up_voltage, {0.0, 1000.0});
     table.read("step_down_voltage", instrument.step_down_voltage, {0.0, 1000.0});
     table.read("auto_voltage", instrument.auto_voltage, {0.0, 1000.0});

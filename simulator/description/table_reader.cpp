@@ -7,6 +7,9 @@
 #include <charconv>
 #include <chrono>
 #include <cmath>
+#include <cstdint>
+#include <iterator>
+#include <limits>
 #include <numeric>
 
 namespace simulator {
@@ -32,6 +35,10 @@ std::optional<double> number_in(const toml::node& node, const TableReader::Range
 std::optional<int> integer_in(const toml::node& node, const TableReader::Range& allowed) {
     if (!node.is_integer() || !number_in(node, allowed)) return std::nullopt;
     return *node.value<int>();
+}
+
+bool is_control(unsigned char letter) {
+    return letter < 0x20 || letter == 0x7F;
 }
 
 // A table's name in its brackets, within the table of the outer name.
@@ -75,6 +82,7 @@ void TableReader::read(const char* key, std::string& value, std::size_t longest)
     const auto text = node->value<std::string>();
     if (!node->is_string() || text->size() > longest)
         refuse(key, "must be a text of at most " + std::to_string(longest) + " characters");
+    if (std::ranges::any_of(*text, is_control)) refuse(key, "must have no control characters");
     value = *text;
 }
 
@@ -152,7 +160,10 @@ void TableReader::read_seconds_since_1970(const char* key, std::int64_t& value) 
     const auto day = sys_days(year(time->date.year) / time->date.month / time->date.day);
     const auto at = day + hours(time->time.hour) + minutes(time->time.minute) + seconds(time->time.second) -
                     minutes(time->offset->minutes);
-    value = duration_cast<seconds>(at.time_since_epoch()).count();
+    const std::int64_t count = duration_cast<seconds>(at.time_since_epoch()).count();
+    if (count < 0 || count > std::numeric_limits<std::int32_t>::max())
+        refuse(key, "must lie from 1970-01-01T00:00:00Z to 2038-01-19T03:14:07Z");
+    value = count;
 }
 
 void TableReader::read_range(const char* key, double& low, double& high, Range allowed) {
@@ -178,6 +189,21 @@ void TableReader::read(const char* key, const std::function<bool(std::string_vie
     const toml::node* node = find(key);
     if (node && !(node->is_string() && accept(*node->value<std::string_view>())))
         refuse(key, std::string("must be ") + what);
+}
+
+void TableReader::read_choice(const char* key, int& value, std::initializer_list<int> numbers) {
+    const toml::node* node = find(key);
+    if (!node) return;
+    const auto number = node->is_integer() ? node->value<int>() : std::nullopt;
+    if (!number || std::ranges::find(numbers, *number) == numbers.end()) {
+        std::string right;
+        for (const int allowed : numbers) {
+            const bool last = allowed == *std::prev(numbers.end());
+            right.append(right.empty() ? "" : last ? " or " : ", ").append(std::to_string(allowed));
+        }
+        refuse(key, "must be " + right);
+    }
+    value = *number;
 }
 
 void TableReader::read_choice(const char* key, int& index, std::initializer_list<std::string_view> words) {
@@ -249,8 +275,11 @@ std::optional<std::string> did_you_mean(std::string_view word, const std::vector
     const auto holds = [&](const std::string& candidate) {
         return folded_case(candidate).find(meant) != std::string::npos;
     };
-    const auto partly = word.size() < telling ? candidates.end() : std::ranges::find_if(candidates, holds);
-    return partly == candidates.end() ? std::nullopt : std::optional(*partly);
+    std::optional<std::string> shortest;  // the word is most of it
+    for (const std::string& candidate : candidates)
+        if (word.size() >= telling && holds(candidate) && (!shortest || candidate.size() < shortest->size()))
+            shortest = candidate;
+    return shortest;
 }
 
 }  // namespace simulator

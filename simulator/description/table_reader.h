@@ -34,13 +34,14 @@ class TableReader {
     void read(const char* key, std::optional<int>& value, Range allowed);
     void read(const char* key, std::array<double, 3>& values, Range allowed);
     void read(const char* key, QVL_ResultCode& code);
-    void read_seconds_since_1970(const char* key, std::int64_t& value);
+    void read_seconds_since_1970(const char* key, std::int64_t& value);  // as many as 32 bits hold
 
     // Two numbers in ascending order.
     void read_range(const char* key, double& low, double& high, Range allowed);
     void read_range(const char* key, int& low, int& high, Range allowed);
 
-    // Which of the words it is.
+    // Which of the numbers, or of the words, it is.
+    void read_choice(const char* key, int& value, std::initializer_list<int> numbers);
     void read_choice(const char* key, int& index, std::initializer_list<std::string_view> words);
 
     // Handed a text that `accept` understands; `what` tells what would be right.
