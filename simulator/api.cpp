@@ -38,10 +38,14 @@ Library& library() {
     return *only;
 }
 
-// The description of a code that tells what was measured gets that behind it.
+// The description of a code that tells what was measured gets that behind it, if there is memory for it.
 void remember(const Failure& failure) noexcept {
-    if (failure.code() == code::excitation_current_too_high)
+    if (failure.code() != code::excitation_current_too_high) return;
+    try {
         library().current_too_high = std::string(code_description(failure.code())) + " " + failure.what();
+    } catch (const std::bad_alloc&) {
+        library().current_too_high.clear();
+    }
 }
 
 // No exception leaves the library.

@@ -179,7 +179,6 @@ Description read_document(const toml::table& document, const std::string& file) 
     reader.table("transformer", [&](TableReader& table) { read_transformer(table, description.transformer); });
     reader.tables("instrument_fault", [&](TableReader& table) { description.faults.push_back(read_fault(table)); });
     reader.finish();
-    description.limits.step_up_voltage = description.instrument.step_up_voltage;
     return description;
 }
 

@@ -1,9 +1,8 @@
 #include "simulator/device/device.h"
 
+#include "api/qvl_utils.h"
 #include "simulator/device/first_records.h"
 #include "simulator/measuring/calibration.h"
-
-#include "api/qvl_utils.h"
 
 #include <algorithm>
 #include <charconv>

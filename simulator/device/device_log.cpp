@@ -3,13 +3,17 @@
 #include "simulator/records/result_codes.h"
 
 #include <cstdio>
+#include <iterator>
 #include <utility>
 
 namespace simulator {
 namespace {
 
 constexpr const char* earlier_events[] = {
-    "INFO  Started",   "INFO  QVL_Test_3ph: stored", "INFO  QVL_Test_1ph: stored", "ERROR QVL_Test_3ph: CANCELLED",
+    "INFO  Started",
+    "INFO  Test stored under the ID T-1",
+    "INFO  Test stored under the ID T-2",
+    "ERROR QVL_Test_3ph: CANCELLED",
     "INFO  Shut down",
 };
 

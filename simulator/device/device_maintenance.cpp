@@ -74,8 +74,8 @@ std::array<double, 3> Device::begin_voltage_calibration(double line_voltage, int
 void Device::end_voltage_calibration(const std::array<double, 3>& external, const QVL_ProgressCallback* progress) {
     if (!voltage_calibration_) throw Failure(code::calibration_not_begun);
     require_board();
-    QVL_CalibrationData plausible = memory_.calibration;
-    calibrate_voltage(*voltage_calibration_, external, plausible);
+    QVL_CalibrationData tried = memory_.calibration;
+    calibrate_voltage(*voltage_calibration_, external, tried);
     wait(description_.durations.store_calibration, 1, progress);
     calibrate(CalibrationProcedure::voltage, [&](QVL_CalibrationData& calibration) {
         calibrate_voltage(*voltage_calibration_, external, calibration);

@@ -1,9 +1,8 @@
 // Tests of the simulated instrument.
+#include "api/qvl_utils.h"
 #include "simulator/device/device.h"
 #include "simulator/measuring/single_phase.h"
 #include "simulator/measuring/three_phase.h"
-
-#include "api/qvl_utils.h"
 
 #include <ctime>
 
@@ -91,7 +90,8 @@ Bench Device::bench(MeasuringPath path, double averaged) {
             channel(path, averaged),
             description_.instrument.temperature,
             tap_,
-            transformer.rated_secondary_current};
+            transformer.rated_secondary_current,
+            description_.instrument.step_up_voltage};
 }
 
 void Device::require_board() const {

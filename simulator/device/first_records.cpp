@@ -1,9 +1,8 @@
 #include "simulator/device/first_records.h"
 
+#include "api/qvl_utils.h"
 #include "simulator/measuring/single_phase.h"
 #include "simulator/measuring/three_phase.h"
-
-#include "api/qvl_utils.h"
 
 namespace simulator {
 namespace {

@@ -10,8 +10,6 @@ struct Limits {
     double voltage_min = 1.0, voltage_max = 250.0;  // volts, excitation
     int frequency_min = 40, frequency_max = 500;    // hertz
     double induced_voltage = 2500.0;                // volts, highest on the side that is not excited
-    double step_up_voltage = 12.0;                  // volts, most that an automatic test steps up
-    double smallest_signal = 1e-4;                  // volts, least that can be measured
 
     bool operator==(const Limits&) const = default;
 };
@@ -32,6 +30,7 @@ struct Bench {
     double temperature;                    // degrees Celsius
     int tap = 0;                           // position of the tap changer
     double rated_secondary_current = 5.0;  // amperes, of a current transformer
+    double step_up_voltage = 12.0;         // volts, most that an automatic test steps up with
 };
 
 }  // namespace simulator

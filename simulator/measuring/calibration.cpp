@@ -14,7 +14,10 @@ namespace {
 // A calibration corrects tolerances; what goes further is a wrong wiring or a slip of the pen.
 constexpr double smallest_factor = 0.8, largest_factor = 1.25;
 constexpr double smallest_resistor = 1.0, largest_resistor = 1e3;  // ohms, of a high-current fixture
-constexpr double fixture_current = 5.0;  // amperes, most that the supply drives; it lowers the voltage, which is read
+
+// Amperes, most that the supply drives. Into a smaller resistor it lowers its voltage, which the instrument reads, so
+// that the true current is known all the same.
+constexpr double fixture_current = 5.0;
 
 // The ranges in which the high side reads the resistive star. All others are made to agree with them.
 constexpr std::size_t reference_divider = 2, reference_gain = 0;
@@ -49,14 +52,15 @@ bool within(double value, double smallest, double largest) {
     return value >= smallest && value <= largest;
 }
 
-std::array<double, 3> plausible(const std::array<double, 3>& factors) {
+void require_plausible(const std::array<double, 3>& factors) {
     const auto is_plausible = [](double factor) { return within(factor, smallest_factor, largest_factor); };
     if (!std::ranges::all_of(factors, is_plausible)) throw Failure(code::implausible_calibration);
-    return factors;
 }
 
 // High and low leads of each phase are joined: every range of both inputs reads the same, and learns to agree with the
-// high side's reference range.
+// high side's reference range. With g the true gain of the stages in a range and g' the one known after it, volts v are
+// read as v g / g'; all read alike when g' = g (g' / g of the reference range), and what is read of a range is the
+// product of its stages.
 void match_gains(Channel& channel, std::size_t phase, QVL_CalibrationData& calibration) {
     auto& divider_high = calibration.k_lt6375_hv;
     auto& divider_low = calibration.k_lt6375_xv;
@@ -145,8 +149,8 @@ void calibrate_voltage(const std::array<StarReading, 3>& own, const std::array<d
         factors[phase] = external[phase] / own[phase].fundamental;
         of_rms[phase] = external[phase] / own[phase].rms;
     }
-    plausible(factors);
-    plausible(of_rms);
+    require_plausible(factors);
+    require_plausible(of_rms);
     for (std::size_t phase = 0; phase < 3; ++phase) {
         for (auto& divider : calibration.k_lt6375_hv) divider[phase] /= factors[phase];
         for (auto& divider : calibration.k_lt6375_xv) divider[phase] /= factors[phase];
@@ -163,7 +167,7 @@ void calibrate_high_current(Channel& channel, double voltage, const std::array<d
         const double amperes = std::min(voltage / resistors[at], fixture_current);
         factors[at] = amperes / std::abs(channel.current(phase, sine(amperes)).value);
     }
-    plausible(factors);
+    require_plausible(factors);
     for (std::size_t phase = 0; phase < 3; ++phase) calibration.curr_corr.k_high_curr[phase] *= factors[phase];
 }
 

@@ -18,10 +18,6 @@
 
 namespace simulator {
 
-// Stepping down keeps dangerous voltages away from the leads. It is the better choice for an automatic test unless the
-// low side's signal drowns below this voltage.
-constexpr double well_measured_low = 0.02;
-
 // The readings of one phase.
 struct PhaseReadings {
     Reading high, low;                     // across the winding pair

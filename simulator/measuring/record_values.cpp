@@ -13,8 +13,8 @@ double percent_above(double value, double reference) {
     return reference == 0.0 ? 0.0 : (value / reference - 1.0) * 100.0;
 }
 
-bool too_small(const PhaseReadings& readings, const Limits& limits) {
-    return std::min(std::abs(readings.high.value), std::abs(readings.low.value)) < limits.smallest_signal;
+bool too_small(const PhaseReadings& readings) {
+    return std::min(std::abs(readings.high.value), std::abs(readings.low.value)) < smallest_signal;
 }
 
 void fill_angles(const PhaseReadings& readings, const WindingPair& pair, const Phasing& phasing,
@@ -80,7 +80,7 @@ void fill_phase(const Bench& bench, const PhaseReadings& readings, const Winding
     phase.LT_H = readings.high.divider;
     phase.LT_X = readings.low.divider;
     fill_power(readings, phase);
-    if (too_small(readings, bench.limits)) {
+    if (too_small(readings)) {
         phase.result = code::signal_too_small;
         return;
     }

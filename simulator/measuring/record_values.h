@@ -5,6 +5,12 @@
 
 namespace simulator {
 
+constexpr double smallest_signal = 1e-4;  // volts, least that can be measured
+
+// Stepping down keeps dangerous voltages away from the leads. It is the better choice for an automatic test unless the
+// low side's signal drowns below this voltage.
+constexpr double well_measured_low = 0.02;
+
 // The phasing that the deviations refer to, as angles by which the low side lags.
 struct Phasing {
     double vector_group;

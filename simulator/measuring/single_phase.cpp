@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 #include <numbers>
 #include <optional>
 
@@ -43,7 +44,7 @@ Measured measure_either_way(Bench& bench, const QVL_Parameters_1ph& parameters, 
     };
     const auto down = way(Side::high, parameters.voltage);
     if (down && std::abs(down->readings.low.value) >= well_measured_low) return *down;
-    const auto up = way(Side::low, std::min(parameters.voltage, bench.limits.step_up_voltage));
+    const auto up = way(Side::low, std::min(parameters.voltage, bench.step_up_voltage));
     if (!up && !down) throw Failure(*failure);
     return up ? *up : *down;
 }

@@ -7,7 +7,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <initializer_list>
 #include <optional>
+#include <utility>
 
 namespace simulator {
 namespace {
@@ -92,7 +94,7 @@ bool steps_down_well(const QVL_TestData_3ph& down) {
 }
 
 DirectionResult measure_both_directions(Bench& bench, const QVL_Parameters_3ph& parameters, OwnedRecord& record) {
-    const double up_voltage = std::min(parameters.voltage, bench.limits.step_up_voltage);
+    const double up_voltage = std::min(parameters.voltage, bench.step_up_voltage);
     std::optional<Failure> failure;
     const auto half = [&](Side side, double voltage) {
         return at_voltage_or_lower(
