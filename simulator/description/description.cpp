@@ -103,8 +103,7 @@ void read_wrong_tap(TableReader& table, const TapChanger& taps, WrongTap& wrong)
     if (!leaves_turns(taps, taps.lowest + wrong.steps)) table.refuse("steps", "leave the phase too few turns");
 }
 
-void read_transformer(TableReader& table, TransformerData& transformer) {
-    table.read("name", transformer.name, longest_label_text);
+void read_windings(TableReader& table, TransformerData& transformer) {
     table.read(
         "vector_group",
         [&](std::string_view text) {
@@ -118,6 +117,9 @@ void read_transformer(TableReader& table, TransformerData& transformer) {
     table.read("winding_resistance_low", transformer.winding_resistance[1], {0.0, 1e6});
     table.read("leakage_inductance_high", transformer.leakage_inductance[0], {0.0, 1e3});
     table.read("leakage_inductance_low", transformer.leakage_inductance[1], {0.0, 1e3});
+}
+
+void read_core(TableReader& table, TransformerData& transformer) {
     table.read("core_loss_resistance", transformer.core_loss_resistance, {1e-3, 1e12});
     table.read("magnetizing_inductance", transformer.magnetizing_inductance, {1e-6, 1e9});
     table.read("initial_permeability", transformer.initial_permeability, {0.01, 1.0});
@@ -126,8 +128,9 @@ void read_transformer(TableReader& table, TransformerData& transformer) {
     if (transformer.saturation_exponent % 2 != 0) table.refuse("saturation_exponent", "must be even");
     table.read("centre_limb_reluctance", transformer.centre_limb_reluctance, {0.01, 100.0});
     table.read("return_path_reluctance", transformer.return_path_reluctance, {0.0, 1e4});
-    table.read("rated_secondary_current", transformer.rated_secondary_current, {0.01, 100.0});
-    table.table("tap_changer", [&](TableReader& taps) { read_tap_changer(taps, transformer.tap_changer); });
+}
+
+void read_transformer_faults(TableReader& table, TransformerData& transformer) {
     table.table("wrong_tap", [&](TableReader& fault) {
         read_wrong_tap(fault, transformer.tap_changer, transformer.wrong_tap.emplace());
     });
@@ -141,6 +144,15 @@ void read_transformer(TableReader& table, TransformerData& transformer) {
                 [&](TableReader& fault) { read_winding_fault(fault, transformer.open_winding.emplace()); });
     table.table("reversed_winding",
                 [&](TableReader& fault) { read_winding_fault(fault, transformer.reversed_winding.emplace()); });
+}
+
+void read_transformer(TableReader& table, TransformerData& transformer) {
+    table.read("name", transformer.name, longest_label_text);
+    read_windings(table, transformer);
+    read_core(table, transformer);
+    table.read("rated_secondary_current", transformer.rated_secondary_current, {0.01, 100.0});
+    table.table("tap_changer", [&](TableReader& taps) { read_tap_changer(taps, transformer.tap_changer); });
+    read_transformer_faults(table, transformer);
     try {
         wind(transformer);
     } catch (const std::invalid_argument& error) {

@@ -68,7 +68,7 @@ class TableReader {
 
     const toml::table& table_;
     std::string name_, file_;
-    std::vector<std::string> asked_;
+    std::vector<std::string> asked_;  // keys that are known
 };
 
 // The candidate that the word is most likely a misspelling of, if any.

@@ -115,50 +115,58 @@ class Device {
   private:
     static constexpr const char* tap_setting = "tap";  // in the store
 
+    // The description and what the store adds to it: device.cpp
     void use(Description description);
     void read_state();
     void follow_other_consoles();
     void remember_board();
+    void change_board(const std::function<void(BoardMemory&)>& change);
     void turn_transformer_to(int tap);
     int stored_tap();
-    int next_tap(QVL_TCDirection direction);
-    void require_board() const;
+    QVL_Settings settings();
+
+    // Time, log and power
+    Seconds lasting(double seconds) const;
+    void wait(double seconds, int steps, const QVL_ProgressCallback* progress);
+    void write_log(const std::string& line);
+    void switch_off(const std::string& event, const char* message);
+
+    // The store, for an operation that cannot do without
     Store& store();
     Store& loaded_database();
     Store& writable_database();
-    void require_storable(const std::string& test_id, QVL_DBAction action);
-    std::string test_id_for(const char* given, QVL_DBAction action);
-    QVL_Settings settings();
-    void write_log(const std::string& line);
-    Seconds lasting(double seconds) const;
-    void wait(double seconds, int steps, const QVL_ProgressCallback* progress);
-    // Each reading is the mean of `averaged` ones.
+
+    // Tests: device_measuring.cpp. Each reading is the mean of `averaged` ones.
+    void require_board() const;
     Channel channel(MeasuringPath path, double averaged = 1.0);
     Bench bench(MeasuringPath path, double averaged = 1.0);
     std::unique_ptr<OwnedRecord> run_test(const char* given_id, QVL_DBAction action, const TestPace& pace,
                                           const std::function<void(OwnedRecord&)>& measure);
+    void require_storable(const std::string& test_id, QVL_DBAction action);
+    std::string test_id_for(const char* given, QVL_DBAction action);
     void store_new(OwnedRecord& record, const char* given_id);
-    void change_board(const std::function<void(BoardMemory&)>& change);
+
+    // Maintenance: device_maintenance.cpp
     void calibrate(CalibrationProcedure procedure, const std::function<void(QVL_CalibrationData&)>& change);
-    void switch_off(const std::string& event, const char* message);
+    int next_tap(QVL_TCDirection direction);
 
     Environment environment_;
-    std::optional<std::filesystem::file_time_type> description_time_;
+    std::optional<std::filesystem::file_time_type> description_time_;  // when the file in use was written
     Description description_;
-    Faults& faults_;
-    std::unique_ptr<Transformer> transformer_;
+    Faults& faults_;                            // of the description, counted
+    std::unique_ptr<Transformer> transformer_;  // the described one on the tap below
     int tap_ = 0;
-    Coefficients board_;
+    Coefficients board_;  // what the measuring board does to its signals
     BoardMemory memory_;  // of that board
     Noise noise_{0};
-    RawTable raw_table_;  // of the tests of a record, or of a run that is not stored
-    std::unique_ptr<Store> store_;
-    ChunkedFile log_file_;
-    std::optional<std::string> open_attachment_;
+    RawTable raw_table_;                          // of the tests of a record, or of a run that is not stored
+    std::unique_ptr<Store> store_;                // none while the database is not loaded
+    ChunkedFile log_file_;                        // that is being read
+    std::optional<std::string> open_attachment_;  // its content
     std::optional<std::array<StarReading, 3>> voltage_calibration_;  // volts, the own readings of one that was begun
-    bool debug_;
-    bool privileged_ = false;
-    bool off_ = false;
+    bool debug_;               // this run's switch; the stored setting counts as well
+    bool privileged_ = false;  // by the access code, until the factory reset
+    bool off_ = false;         // until the next start
 };
 
 }  // namespace simulator

@@ -114,10 +114,10 @@ class Channel {
     Reading read(const Waveform& signal, const Stage& stage);
 
     const ChannelData& data_;
-    const Coefficients& board_;
-    Coefficients correction_;
+    const Coefficients& board_;  // g and o: what the stages do
+    Coefficients correction_;    // g' and o': what calibration knows of it
     Noise& noise_;
-    double noise_scale_;
+    double noise_scale_;  // what averaging leaves of the noise
 };
 
 }  // namespace simulator

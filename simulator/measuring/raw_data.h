@@ -31,8 +31,8 @@ class RawTable {
     std::string add(std::string_view texts);
 
   private:
-    std::string columns_;
-    int tests_ = 0;
+    std::string columns_;  // the line of names that stands last in the table
+    int tests_ = 0;        // in it so far
 };
 
 }  // namespace simulator

@@ -74,6 +74,18 @@ void name_pair(const Leads& leads, OwnedRecord& record, QVL_TestData_Phase& phas
     phase.lo_name = phase.mag_name_up = record.keep(low);
 }
 
+void fill_label(const Bench& bench, const QVL_Parameters_1ph& parameters, const QVL_TestData_Phase& phase,
+                const PhaseReadings& readings, QVL_TestLabel& label) {
+    label.test_type = QVL_TestType_1ph;
+    label.testing_mode = parameters.test_mode;
+    label.winding_hi = label.winding_lo = QVL_Winding_1Ph;
+    label.phasing = QVL_PhasingType{is_reversed(readings) ? 6 : 0};
+    label.max_ratio_error = std::abs(phase.Ratio_Error);
+    if (parameters.test_mode != QVL_TestMode_CT) return;
+    label.tap_hi = bench.tap;
+    label.ct_l = static_cast<std::int32_t>(std::lround(phase.Ratio * bench.rated_secondary_current));
+}
+
 }  // namespace
 
 void check_single_phase(const QVL_Parameters_1ph& parameters, const Limits& limits) {
@@ -102,17 +114,7 @@ void measure_single_phase(Bench& bench, const QVL_Parameters_1ph& parameters, Ow
     record.add_test(data);
     if (parameters.raw_data)
         record.set_raw_data(raw_data_text({&readings, 1}, {data.test_mode, data.voltage, data.frequency}));
-
-    QVL_TestLabel& label = record.label();
-    label.test_type = QVL_TestType_1ph;
-    label.testing_mode = parameters.test_mode;
-    label.winding_hi = label.winding_lo = QVL_Winding_1Ph;
-    label.phasing = QVL_PhasingType{is_reversed(readings) ? 6 : 0};
-    label.max_ratio_error = std::abs(data.phase.Ratio_Error);
-    if (parameters.test_mode == QVL_TestMode_CT) {
-        label.tap_hi = bench.tap;
-        label.ct_l = static_cast<std::int32_t>(std::lround(data.phase.Ratio * bench.rated_secondary_current));
-    }
+    fill_label(bench, parameters, data.phase, readings, record.label());
 }
 
 }  // namespace simulator

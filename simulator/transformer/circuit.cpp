@@ -138,9 +138,10 @@ class System {
 
     const Wiring& wiring_;
     int star_node_;  // of an input that reads against a star point
-    Eigen::Index first_coil_, first_limb_, first_source_, first_short_, count_;
+    Eigen::Index first_coil_, first_limb_, first_source_, first_short_,
+        count_;  // rows: where each kind of unknown begins
     Eigen::MatrixXcd matrix_;
-    std::vector<int> island_;
+    std::vector<int> island_;  // of each node: a node that a current can flow to, the same for all of an island
 };
 
 }  // namespace

@@ -36,10 +36,12 @@ class Core {
     double magnetizing_reactance(double angular_frequency) const { return angular_frequency * inductance_; }
 
   private:
-    double inductance_, loss_resistance_, return_path_;
-    Eigen::Vector3d reluctance_;
-    double knee_flux_, initial_excess_;
-    int exponent_;
+    double inductance_, loss_resistance_;  // L_m and R_core
+    double return_path_;                   // r_0
+    Eigen::Vector3d reluctance_;           // r_k
+    double knee_flux_;                     // L_knee
+    double initial_excess_;                // c
+    int exponent_;                         // p
 };
 
 }  // namespace simulator

@@ -115,8 +115,8 @@ class Balance {
     }
 
     const Core& core_;
-    Eigen::MatrixXd circuit_;
-    Eigen::VectorXd linear_;
+    Eigen::MatrixXd circuit_;  // W
+    Eigen::VectorXd linear_;   // L_0
 };
 
 }  // namespace
