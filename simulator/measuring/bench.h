@@ -16,8 +16,8 @@ struct Limits {
 
 // The source that excites: what each of its phases holds between the leads, and gives at most.
 struct SourceData {
-    double resistance = 0.2;     // ohms, of each lead
-    double current_limit = 1.0;  // amperes rms, in each lead
+    double resistance = 0.2;     // ohms, of each lead but the neutral or return lead
+    double current_limit = 1.0;  // amperes rms, in the same
 
     bool operator==(const SourceData&) const = default;
 };

@@ -14,7 +14,8 @@
 //     sample = raw / product(g'_k)
 //     value  = sqrt(2)/N sum of sample e^(-jwt)  -  LT * o' / product(g'_k)
 //
-// A current goes over a shunt of 1 ohm through PGA 4 alone.
+// A current goes over a shunt of 1 ohm through PGA 4 alone: one g for all ranges, no offset, and a noise floor that is
+// divided by the gain.
 #pragma once
 
 #include "simulator/transformer/waveform.h"
