@@ -74,7 +74,7 @@ std::unique_ptr<Store> open_store(const std::string& folder) {
 
 // With six decimals, as the boards that are stored already are named, or with as many as it takes.
 std::string name_of(double tolerance) {
-    const std::string six_decimals = std::to_string(tolerance);
+    std::string six_decimals = std::to_string(tolerance);
     if (std::stod(six_decimals) == tolerance) return six_decimals;
     char digits[32];
     return {digits, std::to_chars(digits, digits + sizeof digits, tolerance).ptr};

@@ -41,22 +41,17 @@ struct Ramp {
 
 // Of a voltage that cannot be driven: halves it until it can be, then closes in on the end.
 Ramp ramp(const Bench& bench, const Excitation& excitation, const Wiring& wiring, Attempt refused) {
-    constexpr int most_halvings = 60, closing_steps = 14;
+    constexpr int most_halvings = 40, closing_steps = 14;
     std::optional<Attempt> reached;
-    for (int i = 0; i < most_halvings && !reached; ++i) {
-        Attempt next = attempt(bench, excitation, wiring, refused.share / 2.0);
+    const auto go_on_from = [&](double share) {
+        Attempt next = attempt(bench, excitation, wiring, share);
         if (next.driven)
             reached = std::move(next);
         else
             refused = std::move(next);
-    }
-    for (int i = 0; i < closing_steps && reached; ++i) {
-        Attempt next = attempt(bench, excitation, wiring, (reached->share + refused.share) / 2.0);
-        if (next.driven)
-            reached = std::move(next);
-        else
-            refused = std::move(next);
-    }
+    };
+    for (int i = 0; i < most_halvings && !reached; ++i) go_on_from(refused.share / 2.0);
+    for (int i = 0; i < closing_steps && reached; ++i) go_on_from((reached->share + refused.share) / 2.0);
     return {std::move(reached), !refused.state};
 }
 
