@@ -7,12 +7,6 @@
 
 namespace {
 
-// Seconds since 1970 are signed, also those of times before.
-static_assert(std::is_same_v<decltype(QVL_DeviceInfo::calibration_time), std::int32_t>);
-static_assert(std::is_same_v<decltype(QVL_DeviceInfo::device_time), std::int32_t>);
-static_assert(std::is_same_v<decltype(QVL_TestLabel::test_number), std::uint32_t>);
-static_assert(std::is_same_v<decltype(QVL_TestLabel::tap_hi), std::int32_t>);
-
 // "1*4 0x3ff00000": words from the first byte on, and how often each stands in a row.
 template <class Word, class Record>
 std::string words_of(const Record& record) {

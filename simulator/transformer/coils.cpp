@@ -162,29 +162,23 @@ int split(std::size_t index, double share, Coils& wound) {
     return between;
 }
 
-// One contact bridges the turns at the winding's end, in a zigzag winding those of its second half first. Takes the
-// winding's coils in their order.
-void bridge_turns(const ShortedTurns& shorted, const std::vector<std::size_t>& winding, Coils& wound) {
-    const int end = wound.coils[winding.back()].to;
-    const double bridged = shorted.fraction * static_cast<double>(winding.size());  // in coils
-    const double whole = std::floor(bridged);
-    const std::size_t first = winding[winding.size() - 1 - static_cast<std::size_t>(whole)];
-    const int begin = bridged > whole ? split(first, bridged - whole, wound) : wound.coils[first].to;
-    wound.contacts.push_back({begin, end, shorted.resistance});
+// The bridged turns are those at the coil's end.
+void bridge_turns(const ShortedTurns& shorted, std::size_t index, Coils& wound) {
+    const int end = wound.coils[index].to;
+    wound.contacts.push_back({split(index, shorted.fraction, wound), end, shorted.resistance});
 }
 
 void add_faults(const TransformerData& data, Coils& wound) {
-    std::vector<std::size_t> shorted;
-    for (std::size_t i = 0; i < wound.coils.size(); ++i) {
+    const std::size_t healthy = wound.coils.size();
+    for (std::size_t i = 0; i < healthy; ++i) {
         Coil& coil = wound.coils[i];
         const auto hits = [&coil](const auto& fault) {
             return fault && fault->side == coil.side && fault->phase == coil.phase;
         };
         if (hits(data.open_winding)) coil.open = true;
         if (hits(data.reversed_winding)) coil.turns = -coil.turns;
-        if (hits(data.shorted_turns)) shorted.push_back(i);
+        if (hits(data.shorted_turns)) bridge_turns(*data.shorted_turns, i, wound);
     }
-    if (data.shorted_turns) bridge_turns(*data.shorted_turns, shorted, wound);
 }
 
 }  // namespace

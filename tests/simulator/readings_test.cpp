@@ -60,7 +60,7 @@ TEST_F(Readings, ShippedTransformersShowTheirRatiosAndWhatIsWrong) {
              {"ynd1",          "YNd1",  3.1754, 0.0, 0.1 },
              {"yzn5",          "Yzn5",  86.603, 0.0, 0.1 },
              {"uncalibrated",  "Dyn11", 50.204, 0.5, 10.0},
-             {"shorted_turns", "Dyn11", 50.204, 3.4, 3.5 },
+             {"shorted_turns", "Dyn11", 50.204, 4.6, 4.7 },
     }) {
         SCOPED_TRACE(name);
         load(name);
@@ -68,6 +68,7 @@ TEST_F(Readings, ShippedTransformersShowTheirRatiosAndWhatIsWrong) {
         parameters_.winding_hi = api_winding(wound.high);
         parameters_.winding_lo = api_winding(wound.low);
         parameters_.nameplate_ratio = ratio;
+        parameters_.frequency = 80;
         const Record record = measured();
         EXPECT_EQ(record->label.phasing, wound.clock);
         EXPECT_GE(record->label.max_ratio_error, least_error);
@@ -78,12 +79,20 @@ TEST_F(Readings, ShippedTransformersShowTheirRatiosAndWhatIsWrong) {
     EXPECT_GT(b.Ratio_Error, 100.0 * std::abs(a.Ratio_Error));
     EXPECT_GT(std::min(b.Current_rms, c.Current_rms), 100.0 * a.Current_rms);
     EXPECT_GT(shorted->data_3ph[0]->Negative_Distortion_Index, 1.5);
+    ASSERT_TRUE(shorted->data_3ph[0]->up);
+    EXPECT_EQ(shorted->data_3ph[0]->up->voltage, 1.0);
     parameters_.test_mode = QVL_TestMode_VR_Up;
     parameters_.voltage = 12.0;
     EXPECT_EQ(test("T", QVL_DB_DoNotStore), code::excitation_current_too_high);
     const char* description = nullptr;
     QVL_GetResultCodeName(code::excitation_current_too_high, &description);
-    EXPECT_THAT(description, testing::EndsWith(" 1.00 A were reached at 0.97 V of 12.00 V."));
+    EXPECT_THAT(description, testing::EndsWith(" 1.00 A were reached at 1.01 V of 12.00 V."));
+    // However small a share of the voltage drives too high a current.
+    describe("[source]\nresistance = 0.0\ncurrent_limit = 0.01\n[transformer.shorted_turns]\nside = \"low\"\n"
+             "phase = \"B\"\nfraction = 0.9\nresistance = 1e-6\n");
+    setenv("ZERKO_SIM_INSTRUMENT", instrument_.c_str(), 1);
+    restart();
+    EXPECT_EQ(test("T", QVL_DB_DoNotStore), code::excitation_current_too_high);
 }
 
 // The currents are those of an integration of the same core step by step through time.
@@ -235,7 +244,7 @@ TEST_F(Readings, AnAutomaticTestReportsBothDirectionsLowersItsVoltageOrLeavesAHa
     }
 }
 
-TEST_F(Readings, TwoConsolesShareTheCalibration) {
+TEST_F(Readings, TwoConsolesShareTheCalibrationAndTheTap) {
     ASSERT_EQ(start(), QVL_Success);
     Faults faults;
     Device other(read_environment(), false, faults);
@@ -246,6 +255,9 @@ TEST_F(Readings, TwoConsolesShareTheCalibration) {
     EXPECT_EQ(other.calibration().volt_corr_rms[2], factor);
     EXPECT_EQ(QVL_GetStatus(&status_), QVL_Success);
     EXPECT_TRUE(bytes_of(other.calibration()) == bytes_of(calibration()));
+    other.move_tap_changer(QVL_TC_Up);
+    EXPECT_EQ(QVL_CloseTapChangerManual(QVL_TC_Up), QVL_Success);  // from where the other console left it
+    EXPECT_NEAR(tested_down(47.0)->data_3ph[0]->B.Ratio, 52.5, 0.05);
 }
 
 }  // namespace

@@ -211,8 +211,9 @@ TEST(Transformer, WhatIsOpenReadsAsOpenAndTheRestAsItIs) {
         for (const double value : {test.Positive_Seq_Hi, test.Negative_Seq_Lo, test.Ratio_3PH, test.Phase_3PH})
             EXPECT_EQ(value, 0.0);
     }
-    // The neutral that the operator names is not there.
-    EXPECT_EQ(code_of([] { measured(ideal("Yy0"), {.told = parse_vector_group("YNyn0")}); }), small);
+    // The neutral that the operator names is not there, on either side.
+    for (const char* wound : {"Yy0", "Yyn0", "YNy0"})
+        EXPECT_EQ(code_of([&] { measured(ideal(wound), {.told = parse_vector_group("YNyn0")}); }), small) << wound;
 }
 
 TEST(Transformer, WhatTakesTooMuchCurrentIsNotExcited) {
@@ -237,14 +238,11 @@ TEST(Transformer, AWrongTapShowsInItsPhaseAlone) {
         EXPECT_NEAR(test.B.Ratio, test.A.Ratio, 5e-5);
         EXPECT_NEAR(test.C.Ratio_Error, 2.5 * (position + 2), 1e-4);
         EXPECT_EQ(record->label().max_ratio_error, std::max(std::abs(test.A.Ratio_Error), test.C.Ratio_Error));
+        // Stepping up, the low side magnetises the same iron whatever the tap.
+        const double current = measured(ideal("Dyn11"), {QVL_TestMode_VR_Up, 10.0}).test.B.Current_f;
+        const auto tapped = measured(at_tap(ideal("Dyn11"), position), {QVL_TestMode_VR_Up, 10.0});
+        EXPECT_NEAR(tapped.test.B.Current_f, current, 1e-3 * current);
     }
-    // Stepping up, the low side magnetises the same iron whatever the tap.
-    const TransformerData data = ideal("Dyn11");
-    QVL_Parameters_3ph parameters = parameters_for(data.group);
-    parameters.test_mode = QVL_TestMode_VR_Up;
-    parameters.voltage = 10.0;
-    const double current = measured(data, parameters).test.B.Current_f;
-    EXPECT_NEAR(measured(at_tap(data, 2), parameters).test.B.Current_f, current, 1e-3 * current);
 }
 
 // The currents are those of an integration of the same cores step by step through time: the flux of each against its
@@ -287,26 +285,19 @@ TEST(Transformer, MagneticBalanceFollowsTheLimbsAndAFaultyOneStandsOut) {
     EXPECT_NEAR(test.B.mag_balance[2], 20.0, 0.01);
     EXPECT_NEAR(test.A.mag_balance_total, 40.0, 0.05);
     EXPECT_LT(record->label().max_mag_imbalance, 0.1);
-    for (const char* group : {"YNyn0", "Dyn11", "YNd1"})
+    for (const char* group : {"YNyn0", "Dyn11", "YNd1", "Yd1", "YNy0"})
         for (const int phase : {0, 1, 2}) {
             TransformerData faulty = wound_as(group);
-            EXPECT_LT(measured(faulty, with_balance).record->label().max_mag_imbalance, 0.1) << group;
+            EXPECT_LT(measured(faulty, with_balance).record->label().max_mag_imbalance, 0.5) << group;
             faulty.shorted_turns = shorted({Side::low, phase}, 0.01, 0.5e-3);
             EXPECT_GT(measured(faulty, with_balance).record->label().max_mag_imbalance, 10.0) << group << phase;
         }
     // A pair that takes too much current alone leaves its row out.
-    data = TransformerData();
-    data.group = {Winding::Yn, Winding::Yn, 0};
-    data.shorted_turns = ShortedTurns{
-        {Side::high, 1},
-        0.2, 1e-3
-    };
-    parameters = parameters_for(data.group);
-    parameters.magnetic_balance = true;
-    parameters.voltage = 75.0;
-    const auto faulty = measured(data, parameters);
-    EXPECT_THAT(faulty.test.B.mag_balance, testing::Each(0.0));
-    EXPECT_NEAR(faulty.test.A.mag_balance[0], 75.0, 0.01);
+    TransformerData faulty = wound_as("YNyn0");
+    faulty.shorted_turns = shorted({Side::high, 1}, 0.2, 1e-3);
+    const auto without_b = measured(faulty, {.voltage = 75.0, .magnetic_balance = true});
+    EXPECT_THAT(without_b.test.B.mag_balance, testing::Each(0.0));
+    EXPECT_NEAR(without_b.test.A.mag_balance[0], 75.0, 0.01);
 }
 
 TEST(Transformer, WindingsThatCannotMakeTheClockNumberAreRefused) {
