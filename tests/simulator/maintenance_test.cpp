@@ -163,6 +163,9 @@ TEST_F(Maintenance, AttachmentsAreKeptWithTheirRecord) {
         EXPECT_EQ(attach("SELF-TEST", path), code::file_not_readable);
     EXPECT_EQ(attach("no such", file(content)), code::no_such_record);
     EXPECT_EQ(attach("SELF-TEST", file(content), ""), code::bad_parameter);
+    EXPECT_EQ(QVL_DeleteAttachement(nullptr, "photo.png"), code::bad_parameter);
+    std::filesystem::resize_file(file(""), (64 << 20) + 1);
+    EXPECT_EQ(attach("SELF-TEST", folder_.path() / "source"), code::file_too_large);
     EXPECT_EQ(attach("SELF-TEST", file(content)), QVL_Success);
     EXPECT_EQ(attach("SELF-TEST", file("other")), code::attachment_exists);
     EXPECT_EQ(attach("SELF-TEST", file(""), "empty"), QVL_Success);
@@ -180,7 +183,9 @@ TEST_F(Maintenance, AttachmentsAreKeptWithTheirRecord) {
     ASSERT_EQ(begin("SELF-TEST", "empty"), QVL_Success);
     EXPECT_EQ(size, 0u);
     EXPECT_EQ(end(0), QVL_Success);
+    ASSERT_EQ(begin("SELF-TEST", "empty"), QVL_Success);
     EXPECT_EQ(QVL_DeleteAttachement("SELF-TEST", "photo.png"), QVL_Success);
+    EXPECT_EQ(end(0), code::read_not_begun);
     EXPECT_EQ(QVL_DeleteAttachement("SELF-TEST", "photo.png"), code::no_such_attachment);
 }
 
