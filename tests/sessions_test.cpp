@@ -7,7 +7,6 @@
 #include <csignal>
 #include <fnmatch.h>
 #include <gtest/gtest.h>
-#include <ranges>
 
 namespace fs = std::filesystem;
 
@@ -182,13 +181,13 @@ class Sessions : public testing::TestWithParam<fs::path> {};
 TEST_P(Sessions, RunAsWritten) {
     const fs::path path = SOURCE_FOLDER / GetParam();
     SessionPage page = read_session_page(path);
-    for (const Session& session : page.sessions | std::views::reverse) {
-        const std::string differences = Play(session, Pace::fast).differences();
+    for (auto session = page.sessions.rbegin(); session != page.sessions.rend(); ++session) {
+        const std::string differences = Play(*session, Pace::fast).differences();
         if (differences.empty()) continue;
         if (std::getenv("ZERKO_ACCEPT"))
-            accept(session, page);
+            accept(*session, page);
         else
-            ADD_FAILURE() << path.string() << ":" << session.console.begin << "\n" << differences;
+            ADD_FAILURE() << path.string() << ":" << session->console.begin << "\n" << differences;
     }
     if (std::getenv("ZERKO_ACCEPT")) write_file(path, to_text(page.lines));
 }
